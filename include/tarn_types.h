@@ -1,0 +1,55 @@
+/* tarn_types.h - the system types that appear in tarngdi32.h.
+ * On Windows they are the real ones; elsewhere handles are opaque pointers and text units are
+ * 16-bit, so the same header describes the same interface on every platform. */
+#ifndef TARN_TYPES_H
+#define TARN_TYPES_H
+
+#include <stdint.h>
+#include <stddef.h>
+
+#if defined(_WIN32)
+#  include <windows.h>
+#  include <oleauto.h>
+   typedef wchar_t TARN_WCHAR;
+#  define TARN_API_CALL __stdcall
+#  if defined(TARN_BUILDING_LIBRARY)
+#    define TARN_API_EXPORT
+#  else
+#    define TARN_API_EXPORT __declspec(dllimport)
+#  endif
+#else
+#  ifdef __cplusplus
+     typedef char16_t TARN_WCHAR;
+#  else
+#    include <uchar.h>
+     typedef char16_t TARN_WCHAR;
+#  endif
+   typedef struct tarn_hwnd_*      HWND;
+   typedef struct tarn_hmenu_*     HMENU;
+   typedef struct tarn_hinstance_* HINSTANCE;
+   typedef HINSTANCE               HMODULE;
+   typedef struct tarn_hgdiobj_*   HGDIOBJ;
+   typedef HGDIOBJ                 HBRUSH;
+   typedef HGDIOBJ                 HPEN;
+   typedef HGDIOBJ                 HBITMAP;
+   typedef HGDIOBJ                 HFONT;
+   typedef struct tarn_hcursor_*   HCURSOR;
+   typedef void*                   HANDLE;
+   typedef uint32_t                COLORREF;
+   typedef int32_t                 BOOL;
+   typedef uint32_t                UINT;
+   typedef uint32_t                DWORD;
+   typedef TARN_WCHAR              WCHAR;
+   typedef TARN_WCHAR*             BSTR;
+#  define TARN_API_CALL
+#  define TARN_API_EXPORT __attribute__((visibility("default")))
+#endif
+
+/* Text written as TARN_W("abc") is a 16-bit literal on every platform. */
+#if defined(_WIN32)
+#  define TARN_W(s) L##s
+#else
+#  define TARN_W(s) u##s
+#endif
+
+#endif

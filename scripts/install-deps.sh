@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# install-deps.sh PACKAGE...: installs the Debian packages that are missing, when run as root.
+set -u
+missing=()
+for p in "$@"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+if [ "$(id -u)" != 0 ]; then
+  echo "install-deps: missing Debian packages: ${missing[*]} (run as root to install them)" >&2
+  exit 0
+fi
+echo "install-deps: installing ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+for try in 1 2 3; do
+  if apt-get update -q >/dev/null && apt-get install -y -q --no-install-recommends "${missing[@]}" >/dev/null; then
+    exit 0
+  fi
+  echo "install-deps: attempt $try failed" >&2
+  sleep $((try * 5))
+done
+echo "install-deps: could not install ${missing[*]}" >&2
+exit 1

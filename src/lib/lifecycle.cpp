@@ -1,0 +1,157 @@
+// Process attach and detach: the start-up and clean-up of the library frame, in their order.
+#include "export.h"
+#include "lib/frame_state.h"
+#include "text/work_date.h"
+#include "platform/gdi.h"
+#include "platform/profile.h"
+#include "platform/system.h"
+#include "platform/window.h"
+#include "settings/public_profile.h"
+
+#include <cstdio>
+
+namespace tarn {
+namespace {
+
+constexpr const char *kSection = "TARNGDI";
+
+plat::PenStyle dot_pen_style(int32_t setting) {
+    switch (setting) {
+        case 1: return plat::kPenDot;
+        case 2: return plat::kPenDash;
+        case 3: return plat::kPenDashDot;
+        case 4: return plat::kPenNull;
+        default: return plat::kPenSolid;
+    }
+}
+
+void load_bitmaps(FrameState &f) {
+    for (int i = 0; i < kBitmapCount; ++i) {
+        char name[8];
+        std::snprintf(name, sizeof name, "BM%03d", i);
+        f.bitmaps[i] = plat::load_bitmap(f.instance, name);
+    }
+}
+
+void read_profile_type(FrameState &f) {
+    const int32_t def = Is_Longhorn() ? 1 : 0;
+    const int32_t value = public_profile_get_long(kSection, "RegProfileType", def);
+    f.profileType = value & 0xFF;
+    // Written back at once, so the setting always exists after the first load.
+    public_profile_write_long(kSection, "RegProfileType", f.profileType);
+}
+
+// Classes registered before and after the rich-edit library is loaded.
+void register_early_classes(HINSTANCE inst) {
+    using namespace plat;
+    const uint32_t redraw = kClassHRedraw | kClassVRedraw;
+    register_window_class(inst, {"ko:GroupWnd", kClassGlobal | redraw, 0, nullptr, kNoBrush});
+    register_window_class(inst, {"ko::GroupWnd", kClassGlobal | redraw, 0, nullptr, kNoBrush});
+    register_window_class(inst, {"ko::DefWindow", kClassGlobal | redraw, 8, nullptr, kNoBrush});
+}
+
+void register_late_classes(FrameState &f) {
+    using namespace plat;
+    const HINSTANCE inst = f.instance;
+    const uint32_t redraw = kClassHRedraw | kClassVRedraw;
+    register_window_class(inst, {"ko:DibControl", kClassGlobal | kClassDblClks | redraw, 8,
+                                 nullptr, kWhiteBrush});
+    register_window_class(inst, {"ko::PreView2001", kClassGlobal | redraw, 4, nullptr, kNoBrush});
+    register_window_class(inst, {"ko::Timer", kClassGlobal, 12, nullptr, kNoBrush});
+    char dir[300] = "";
+    tarnGetModulePath(reinterpret_cast<HMODULE>(inst), dir, sizeof dir);
+    f.richEdit = load_richedit(dir);
+    register_window_class(inst, {"ko:WsEdit:32", kClassGlobal | kClassDblClks | redraw, 4,
+                                 koGetSysBrush(1), kNoBrush});
+    register_window_class(inst, {"ko::RichVal32", kClassGlobal | kClassDblClks | redraw, 24,
+                                 nullptr, kLightGrayBrush});
+    f.richValueBosket = plat::winini_get_int("ZentColor", "Bosket", 1);
+}
+
+}  // namespace
+
+void library_attach(HINSTANCE instance) {
+    FrameState &f = frame();
+    if (++f.attachCount != 1) return;
+    InitGdiLib(instance);
+    setup_colors(true);
+    koEventLogAppName(nullptr);
+    register_early_classes(f.instance);
+    plat::init_common_controls();
+    reset_work_date();
+    f.dropCursor = plat::load_cursor(f.instance, "cDrop");
+    f.noDropCursor = plat::load_cursor(f.instance, "cNoDrop");
+    f.waitCursor = plat::load_wait_cursor();
+    register_late_classes(f);
+    f.autoYield = 1;
+}
+
+void library_detach() {
+    FrameState &f = frame();
+    if (f.attachCount == 0 || --f.attachCount != 0) return;
+    f.autoYield = 0;
+    plat::sleep_ms(4);
+    const HINSTANCE inst = f.instance;
+    plat::unregister_window_class(inst, "ko::RichVal32");
+    if (f.richEdit) plat::free_library(f.richEdit);
+    f.richEdit = nullptr;
+    plat::unregister_window_class(inst, "ko:WsEdit:32");
+    plat::unregister_window_class(inst, "ko::Timer");
+    plat::unregister_window_class(inst, "ko::PreView2001");
+    plat::unregister_window_class(inst, "ko:DibControl");
+    plat::unregister_window_class(inst, "ko::GroupWnd");
+    // "ko:GroupWnd" and "ko::DefWindow" stay registered until the process ends, on purpose.
+    DeInitGdiLib();
+    setup_colors(false);
+}
+
+}  // namespace tarn
+
+TARN_EXPORT int32_t TARN_CALL InitGdiLib(HINSTANCE instance) {
+    using namespace tarn;
+    FrameState &f = frame();
+    f.instance = instance;
+    load_bitmaps(f);
+    const COLORREF colour = COLORREF(public_profile_get_long(kSection, "DP_COLOR", 0xADBFBF));
+    const int32_t style = public_profile_get_long(kSection, "DP_STYLE", 0);
+    f.dotPen = plat::create_pen(dot_pen_style(style), 1, colour);
+    for (int i = 0; i < kFontSlots; ++i) {
+        f.fonts[i] = nullptr;
+        f.fontOwned[i] = false;
+    }
+    f.music = public_profile_get_long(kSection, "Music", 0);
+    read_profile_type(f);
+    return 1;
+}
+
+TARN_EXPORT int32_t TARN_CALL DeInitGdiLib(void) {
+    using namespace tarn;
+    FrameState &f = frame();
+    int32_t result = 0;
+    for (int i = 0; i < kFontSlots; ++i) {
+        if (f.fontOwned[i] && f.fonts[i]) result = plat::delete_object(f.fonts[i]);
+        f.fonts[i] = nullptr;
+        f.fontOwned[i] = false;
+    }
+    if (f.dotPen) result = plat::delete_object(f.dotPen);
+    f.dotPen = nullptr;
+    for (int i = 0; i < kBitmapCount; ++i) {
+        if (f.bitmaps[i]) result = plat::delete_object(f.bitmaps[i]);
+        f.bitmaps[i] = nullptr;
+    }
+    return result;
+}
+
+TARN_EXPORT HINSTANCE TARN_CALL GetGdiLibInstance(void) { return tarn::frame().instance; }
+
+TARN_EXPORT int32_t TARN_CALL AutoYieldStart(void) {
+    int32_t &n = tarn::frame().autoYield;
+    if (n >= 1) ++n;
+    return n;
+}
+
+TARN_EXPORT int32_t TARN_CALL AutoYieldStop(void) {
+    int32_t &n = tarn::frame().autoYield;
+    if (n >= 2) --n;
+    return n;
+}

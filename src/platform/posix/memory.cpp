@@ -1,0 +1,24 @@
+#include "platform/memory.h"
+
+#include <cstdlib>
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
+namespace plat {
+
+void *global_alloc(size_t bytes, uintptr_t *handle) {
+    void *p = std::calloc(1, bytes);
+    *handle = reinterpret_cast<uintptr_t>(p);
+    return p;
+}
+
+void global_compact(size_t) {
+#if defined(__GLIBC__)
+    malloc_trim(0);
+#endif
+}
+
+void global_free(void *base) { std::free(base); }
+
+}  // namespace plat

@@ -1,0 +1,121 @@
+#include "platform/system.h"
+
+#include <dlfcn.h>
+#include <link.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace plat {
+
+// The library reports Windows NT 6.2, as Windows does to an application without a manifest.
+bool os_version(OsVersion *out) {
+    out->platformId = 2;
+    out->major = 6;
+    out->minor = 2;
+    return true;
+}
+
+uint32_t os_version_word() { return (9200u << 16) | (2u << 8) | 6u; }
+
+bool query_wow64(bool *present) {
+    *present = true;
+    return false;
+}
+
+namespace {
+
+struct ModuleLookup {
+    uintptr_t base;
+    std::string name;
+};
+
+int find_module(struct dl_phdr_info *info, size_t, void *data) {
+    auto *m = static_cast<ModuleLookup *>(data);
+    if (info->dlpi_addr != m->base || !info->dlpi_name || !*info->dlpi_name) return 0;
+    m->name = info->dlpi_name;
+    return 1;
+}
+
+int copy_out(const std::string &s, char *out, int size) {
+    if (s.empty() || int(s.size()) >= size) return 0;
+    std::memcpy(out, s.c_str(), s.size() + 1);
+    return int(s.size());
+}
+
+}  // namespace
+
+int module_file_name(HMODULE module, char *out, int size) {
+    if (!out || size <= 0) return 0;
+    if (!module) {
+        std::vector<char> buf(4096);
+        ssize_t n = readlink("/proc/self/exe", buf.data(), buf.size() - 1);
+        if (n <= 0) return 0;
+        return copy_out(std::string(buf.data(), size_t(n)), out, size);
+    }
+    Dl_info self;
+    if (dladdr(reinterpret_cast<void *>(&module_file_name), &self) && self.dli_fbase == module)
+        return copy_out(self.dli_fname, out, size);
+    ModuleLookup m{reinterpret_cast<uintptr_t>(module), {}};
+    dl_iterate_phdr(find_module, &m);
+    return copy_out(m.name, out, size);
+}
+
+int full_path(const char *path, char *out, int size, char **filePart) {
+    *filePart = nullptr;
+    if (!path || !out || size <= 0) return 0;
+    std::string in(path);
+    for (char &c : in)
+        if (c == '\\') c = '/';
+    if (in.empty() || in[0] != '/') {
+        char cwd[4096];
+        if (!getcwd(cwd, sizeof cwd)) return 0;
+        in = std::string(cwd) + "/" + in;
+    }
+    // Resolve "." and ".." by text, as the Windows call does, without touching the disk.
+    std::vector<std::string> parts;
+    size_t i = 0;
+    while (i <= in.size()) {
+        size_t j = in.find('/', i);
+        if (j == std::string::npos) j = in.size();
+        std::string part = in.substr(i, j - i);
+        if (part == "..") {
+            if (!parts.empty()) parts.pop_back();
+        } else if (!part.empty() && part != ".") {
+            parts.push_back(part);
+        }
+        i = j + 1;
+    }
+    std::string full;
+    for (const auto &p : parts) full += "/" + p;
+    if (full.empty()) full = "/";
+    if (int(full.size()) >= size) return int(full.size()) + 1;
+    std::memcpy(out, full.c_str(), full.size() + 1);
+    const size_t slash = full.rfind('/');
+    if (slash + 1 < full.size()) *filePart = out + slash + 1;
+    return int(full.size());
+}
+
+bool is_path_separator(char c) { return c == '/' || c == '\\'; }
+
+void local_date(int *year, int *month, int *day) {
+    time_t now = time(nullptr);
+    struct tm t;
+    localtime_r(&now, &t);
+    *year = t.tm_year + 1900;
+    *month = t.tm_mon + 1;
+    *day = t.tm_mday;
+}
+
+void sleep_ms(uint32_t ms) {
+    struct timespec ts;
+    ts.tv_sec = ms / 1000;
+    ts.tv_nsec = long(ms % 1000) * 1000000L;
+    while (nanosleep(&ts, &ts) != 0) {
+    }
+}
+
+}  // namespace plat

@@ -1,0 +1,54 @@
+// Without a window system, classes are names in a table, and every window answers as a
+// top-level window without parent or menu does.
+#include "platform/window.h"
+
+#include <mutex>
+#include <set>
+#include <string>
+
+namespace plat {
+namespace {
+
+struct ClassTable {
+    std::mutex lock;
+    std::set<std::string> names;
+};
+
+ClassTable &classes() {
+    static ClassTable t;
+    return t;
+}
+
+std::string folded(const char *name) {
+    std::string s(name ? name : "");
+    for (char &c : s)
+        if (c >= 'a' && c <= 'z') c = char(c - 'a' + 'A');
+    return s;
+}
+
+}  // namespace
+
+bool register_window_class(HINSTANCE, const WindowClass &cls) {
+    if (!cls.name || !*cls.name) return false;
+    std::lock_guard<std::mutex> g(classes().lock);
+    return classes().names.insert(folded(cls.name)).second;
+}
+
+bool unregister_window_class(HINSTANCE, const char *name) {
+    std::lock_guard<std::mutex> g(classes().lock);
+    return classes().names.erase(folded(name)) != 0;
+}
+
+void init_common_controls() {}
+
+HMODULE load_richedit(const char *) { return nullptr; }
+
+void free_library(HMODULE) {}
+
+HWND get_parent(HWND) { return nullptr; }
+
+HMENU get_menu(HWND) { return nullptr; }
+
+BOOL set_menu_item_text(HMENU, uint32_t, const char *) { return 0; }
+
+}  // namespace plat

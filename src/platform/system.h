@@ -1,0 +1,33 @@
+// Operating-system facts: version, module files, time, sleeping.
+#pragma once
+#include <cstdint>
+#include "tarn_types.h"
+
+namespace plat {
+
+struct OsVersion {
+    uint32_t platformId;  // 2 = NT
+    uint32_t major;
+    uint32_t minor;
+};
+
+// GetVersionExA on a fresh OSVERSIONINFOA; false when the call fails.
+bool os_version(OsVersion *out);
+// The raw GetVersion word: low byte major, next byte minor, high bit set on the 9x family.
+uint32_t os_version_word();
+// IsWow64Process looked up by name; `present` tells whether the system has the function.
+bool query_wow64(bool *present);
+
+// File name of a module (null = the process's main file), at most `size`-1 characters; length or 0.
+int module_file_name(HMODULE module, char *out, int size);
+// Full path of `path` into `out` (GetFullPathNameA); `filePart` points at the file-name part.
+// Returns the length, 0 on failure.
+int full_path(const char *path, char *out, int size, char **filePart);
+// True for a character that separates path components on this system.
+bool is_path_separator(char c);
+
+// Today's local date.
+void local_date(int *year, int *month, int *day);
+void sleep_ms(uint32_t ms);
+
+}  // namespace plat

@@ -1,0 +1,32 @@
+// Window classes, windows and menus of the library frame.
+#pragma once
+#include <cstdint>
+#include "tarn_types.h"
+
+namespace plat {
+
+enum ClassStyle : uint32_t {  // the class styles the library uses, as the system numbers them
+    kClassVRedraw = 0x0001, kClassHRedraw = 0x0002, kClassDblClks = 0x0008, kClassGlobal = 0x4000,
+};
+enum StockBrush { kNoBrush = -1, kWhiteBrush = 0, kLightGrayBrush = 1 };
+
+struct WindowClass {
+    const char *name;
+    uint32_t style;
+    int windowExtra;
+    HBRUSH brush;        // used when stock is kNoBrush
+    StockBrush stock;
+};
+
+bool register_window_class(HINSTANCE module, const WindowClass &cls);
+bool unregister_window_class(HINSTANCE module, const char *name);
+void init_common_controls();
+// Loads the rich-edit library from `directory`, failing that by plain name; null when neither loads.
+HMODULE load_richedit(const char *directory);
+void free_library(HMODULE module);
+
+HWND get_parent(HWND wnd);
+HMENU get_menu(HWND wnd);
+BOOL set_menu_item_text(HMENU menu, uint32_t commandId, const char *text);
+
+}  // namespace plat

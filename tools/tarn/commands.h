@@ -1,0 +1,38 @@
+// The subcommands of tarn and what they share.
+#pragma once
+#include <string>
+#include <vector>
+
+namespace tarn_tool {
+
+constexpr int kOk = 0;
+constexpr int kFailure = 1;
+constexpr int kUsage = 2;
+
+using Args = std::vector<std::string>;
+
+struct Command {
+    const char *name;
+    const char *summary;
+    const char *usage;  // full --help text
+    int (*run)(const Args &args);
+};
+
+const std::vector<Command> &commands();
+const Command &command(const char *name);  // a name from commands()
+
+// Reads a whole file, "-" for standard input; false with a message on stderr on failure.
+bool read_input(const std::string &path, std::string *data);
+// Writes a whole file, "-" for standard output.
+bool write_output(const std::string &path, const std::string &data);
+// Switches standard input and output to binary, so bytes pass unchanged.
+void set_binary_stdio();
+
+int usage_error(const Command &cmd, const std::string &message);
+bool wants_help(const Args &args);
+
+int run_ansi2oem(const Args &args);
+int run_oem2ansi(const Args &args);
+int run_winerror(const Args &args);
+
+}  // namespace tarn_tool
