@@ -7,7 +7,7 @@ WINE  ?= /usr/lib/wine/wine64
 PRESETS := native asan win64 win32
 
 # Debian packages the build and the tests need.
-PACKAGES := cmake make g++ googletest libgtest-dev mingw-w64 wine64 binutils-mingw-w64-i686 python3
+PACKAGES := cmake make g++ googletest libgtest-dev mingw-w64 wine64 binutils-mingw-w64-i686 python3 locales-all
 
 .PHONY: all deps build $(addprefix build-,$(PRESETS)) test demo clean
 
@@ -18,9 +18,9 @@ deps:
 
 build: $(addprefix build-,$(PRESETS))
 
-build-%:
-	@cmake --preset $* >/dev/null
-	@cmake --build --preset $* -j $(JOBS)
+$(addprefix build-,$(PRESETS)):
+	@cmake --preset $(@:build-%=%) >/dev/null
+	@cmake --build --preset $(@:build-%=%) -j $(JOBS)
 
 test: deps build
 	@bash scripts/run-tests.sh

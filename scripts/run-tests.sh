@@ -9,8 +9,8 @@ summary=()
 
 count() {  # count LOG LABEL: adds the GoogleTest totals of LOG to the summary
   local log=$1 label=$2 p f
-  p=$(grep -E '^\[  PASSED  \] [0-9]+ test' "$log" | awk '{s+=$4} END{print s+0}')
-  f=$(grep -E '^\[  FAILED  \] [0-9]+ test' "$log" | awk '{s+=$4} END{print s+0}')
+  p=$(sed -E 's/^[0-9]+: //' "$log" | grep -E '^\[  PASSED  \] [0-9]+ test' | awk '{s+=$4} END{print s+0}')
+  f=$(sed -E 's/^[0-9]+: //' "$log" | grep -E '^\[  FAILED  \] [0-9]+ test' | awk '{s+=$4} END{print s+0}')
   passed=$((passed + p)) failed=$((failed + f))
   summary+=("$label: $p passed, $f failed")
 }
