@@ -30,3 +30,10 @@ fi
 
 step "$tarn" winerror 2
 step "$tarn" winerror 0x20
+
+echo
+echo "== Date fields: what users type, read against the work date 15.03.2024:"
+step "$tarn" date --workdate 15.03.2024 h m g +14 -7 5.4 31.2 12/25 1.1.79 1.1.80
+step "$tarn" date --days 73049
+step "$tarn" date --days 73051
+echo "(day number 73050 belongs to no date: the count of leap days includes the year 2100)"

@@ -88,16 +88,105 @@ TARN_API HMENU      TARN_CALL koGetRootMenu(HWND wnd);
 TARN_API int32_t    TARN_CALL koGetWinType(void);            /* 311, 351, 400, 495, 498 or 500 */
 TARN_API BOOL       TARN_CALL koSetMenuItemText(HMENU menu, uint32_t commandId, const char *text);
 
-/* ---- Numeric fields ------------------------------------------------------------------------ */
+/* ---- Numeric fields and rounding ----------------------------------------------------------- */
 
 TARN_API int32_t TARN_CALL StringToLong(const char *s);     /* atol rule */
 TARN_API double  TARN_CALL StringToDouble(const char *s);   /* "1.234,56" or "1234.56" */
+TARN_API char *  TARN_CALL LongToString(char *dst, int32_t v, int32_t width);  /* right-aligned, asterisks */
+TARN_API char *  TARN_CALL DoubleToString(char *dst, double v, int32_t width, int32_t decimals); /* decimal comma */
+TARN_API char *  TARN_CALL XDoubleToString(char *dst, double v, int32_t width, int32_t decimals); /* never asterisks */
+TARN_API double  TARN_CALL dRnd(double v, int32_t decimals);               /* half away from zero */
+TARN_API double  TARN_CALL RoundKfm(double v);                             /* commercial, 2 places */
+TARN_API double  TARN_CALL RoundKfmEx(double v, int32_t decimals);
+TARN_API int32_t TARN_CALL dblcmp(double a, double b, int32_t decimals);   /* compares as texts */
+TARN_API char *  TARN_CALL koDoubleFormat(char *dst, const char *mask, double v); /* "#.###,##" */
+TARN_API double  TARN_CALL koParseDouble(const char *expr);                /* left-to-right calculator */
+TARN_API void    TARN_CALL CharNFromString(const char *src, char *field, int32_t n);
+TARN_API void    TARN_CALL CharUFromString(const char *src, char *field, int32_t n);
+TARN_API void    TARN_CALL CharsFromString(char *field, const char *src, int32_t n);
+TARN_API void    TARN_CALL CharNToString(char *dst, const char *field, int32_t dstSize, int32_t n);
+TARN_API int32_t TARN_CALL CharNToLong(const char *field, int32_t n);
+TARN_API char *  TARN_CALL LongToCharN(char *field, int32_t n, int32_t v);
+TARN_API double  TARN_CALL CharNToDouble(const char *field, int32_t n, int32_t decimals);
+TARN_API char *  TARN_CALL DoubleToCharN(char *field, int32_t n, int32_t decimals, double v);
+TARN_API int32_t TARN_CALL CobolXToLong(const unsigned char *field, int32_t n);
+TARN_API void    TARN_CALL LongToCobolX(unsigned char *field, int32_t n, int32_t v);
+TARN_API double  TARN_CALL CobolNToDouble(const unsigned char *field, int32_t n, int32_t decimals);
+TARN_API void    TARN_CALL DoubleToCobolN(unsigned char *field, int32_t n, int32_t decimals, double v);
+TARN_API void    TARN_CALL CobolDatumFromLong(unsigned char *field, int32_t yyyymmdd);
+TARN_API void    TARN_CALL CobolDatumFromString(const char *ddmmyyyy, unsigned char *field);
+TARN_API char *  TARN_CALL CobolDatumToString(char *dst, const unsigned char *field);
+TARN_API int32_t TARN_CALL CobolDatumToLong(const unsigned char *field);
+TARN_API void    TARN_CALL StrDatumFromLong(char *field10, int32_t yyyymmdd);
+TARN_API int32_t TARN_CALL StrDatumToLong(const char *field10);
 
-/* ---- Dates ---------------------------------------------------------------------------------- */
+/* ---- Day numbers and dates ------------------------------------------------------------------ */
 
-TARN_API int32_t TARN_CALL ld_Today(void);            /* the work date, YYYYMMDD */
-TARN_API int32_t TARN_CALL ld_SetWorkDate(int32_t d); /* sets the work date, returns d */
-TARN_API int32_t TARN_CALL ld_ResetWorkDate(void);    /* work date = today's local date */
+TARN_API int32_t     TARN_CALL Tagzahl(int32_t day, int32_t month, int32_t year); /* 1 = 1.1.1900 */
+TARN_API int32_t     TARN_CALL JahrVonTagzahl(int32_t n);
+TARN_API int32_t     TARN_CALL TagImJahr(int32_t n);
+TARN_API int32_t     TARN_CALL MonatVonTagzahl(int32_t n);
+TARN_API int32_t     TARN_CALL TagVonTagzahl(int32_t n);
+TARN_API int32_t     TARN_CALL WochenTagVonTagzahl(int32_t n);        /* 0 Monday .. 6 Sunday */
+TARN_API const char *TARN_CALL WochenTagStrVonTagzahl(int32_t n);     /* "Montag" .. "Sonntag" */
+TARN_API int32_t     TARN_CALL WocheVonTagzahl(int32_t n);            /* 1..53 */
+TARN_API char *      TARN_CALL TagzahlToString(char *dst, int32_t n); /* "DD.MM.YYYY" */
+TARN_API int32_t     TARN_CALL TagzahlFromString(const char *s);
+TARN_API int32_t     TARN_CALL ld_Day(int32_t d);
+TARN_API int32_t     TARN_CALL ld_Mon(int32_t d);
+TARN_API int32_t     TARN_CALL ld_Year(int32_t d);
+TARN_API char *      TARN_CALL ld_ToString(char *dst, int32_t d);     /* "DD.MM.YY" */
+TARN_API char *      TARN_CALL ld_ToStringEx(char *dst, int32_t d);   /* "DD.MM.YYYY" */
+TARN_API char *      TARN_CALL ld_ToOdbc(char *dst, int32_t d);       /* "YYYY-MM-DD 00:00:00" */
+TARN_API int32_t     TARN_CALL ld_FromOdbc(const char *s);
+TARN_API int32_t     TARN_CALL ld_FromString(const char *s);          /* DD.MM.YY[YY], repaired */
+TARN_API int32_t     TARN_CALL ld_FromStringEx(const char *s);        /* DD.MM.YYYY or 0 */
+TARN_API int32_t     TARN_CALL ld_FullTimeToDate(int64_t t);          /* local date of a time_t */
+TARN_API int32_t     TARN_CALL ld_AddDays(int32_t d, int32_t days);
+TARN_API int32_t     TARN_CALL ld_Today(void);                        /* the work date, YYYYMMDD */
+TARN_API int32_t     TARN_CALL ld_SetWorkDate(int32_t d);             /* sets the work date, returns d */
+TARN_API int32_t     TARN_CALL ld_ResetWorkDate(void);                /* work date = today's local date */
+TARN_API int32_t     TARN_CALL ld_WorkDateSetup(HWND parent);         /* dialog "WorkDateDialog", 1/0 */
+TARN_API intptr_t    TARN_CALL ld_WorkDateSetupDlgProc(HWND dlg, uint32_t msg, uintptr_t wParam, intptr_t lParam);
+TARN_API int32_t     TARN_CALL ld_GetFilter(HWND parent, int32_t *from, int32_t *to); /* dialog "DateFiltDlg" */
+TARN_API char *      TARN_CALL koFormatDateString(char *dst, const char *input); /* typed input to DD.MM.YYYY */
+
+/* ---- User interface provider ----------------------------------------------------------------
+ * Message boxes, modal dialogs and progress reports of the library go to the provider an
+ * application installs. Without one, Windows shows its own boxes and the dialogs of the DLL's
+ * resources; elsewhere a box takes the answer that keeps existing data and lets the work go on,
+ * and a dialog ends as cancelled. A provider drives a dialog through the tarnUiDialog* calls:
+ * it reads the controls, shows them, sets texts as the user types, reports a field the user
+ * leaves and a button pressed, and returns once tarnUiDialogEnded says the dialog has ended. */
+
+typedef struct TarnUiDialog TarnUiDialog;
+
+enum TarnUiControlKind { TARN_UI_LABEL = 1, TARN_UI_EDIT = 2, TARN_UI_BUTTON = 3 };
+
+typedef struct TarnUiProvider {
+    uint32_t size;  /* sizeof(TarnUiProvider) */
+    void *context;
+    /* A message box (type as MessageBoxA's MB_ flags); returns the button: 1 OK, 2 Cancel, 6 Yes, 7 No. */
+    int32_t (*messageBox)(void *context, const char *text, const char *caption, uint32_t type);
+    /* A modal dialog; returns when it has ended (leaving it open counts as cancelled). */
+    void (*runDialog)(void *context, TarnUiDialog *dialog);
+    /* Progress of a long operation: a text and a percentage, -1 when unknown. */
+    void (*progress)(void *context, const char *text, int32_t percent);
+} TarnUiProvider;
+
+TARN_API void        TARN_CALL tarnSetUiProvider(const TarnUiProvider *provider); /* copied; NULL removes it */
+TARN_API const char *TARN_CALL tarnUiDialogName(TarnUiDialog *dialog);    /* resource name, e.g. "WorkDateDialog" */
+TARN_API const char *TARN_CALL tarnUiDialogTitle(TarnUiDialog *dialog);
+TARN_API int32_t     TARN_CALL tarnUiDialogControlCount(TarnUiDialog *dialog);
+/* Control number `index`: its id, kind (TARN_UI_*) and label; 0 when there is no such control. */
+TARN_API int32_t     TARN_CALL tarnUiDialogControl(TarnUiDialog *dialog, int32_t index, int32_t *id,
+                                                   int32_t *kind, const char **label);
+TARN_API int32_t     TARN_CALL tarnUiDialogGetText(TarnUiDialog *dialog, int32_t id, char *text, int32_t size);
+TARN_API int32_t     TARN_CALL tarnUiDialogSetText(TarnUiDialog *dialog, int32_t id, const char *text);
+TARN_API int32_t     TARN_CALL tarnUiDialogFocus(TarnUiDialog *dialog);     /* id of the focused control */
+TARN_API int32_t     TARN_CALL tarnUiDialogLeave(TarnUiDialog *dialog, int32_t id); /* the user leaves a field */
+TARN_API int32_t     TARN_CALL tarnUiDialogPress(TarnUiDialog *dialog, int32_t id); /* 1 Enter, 2 Cancel, or a button */
+TARN_API int32_t     TARN_CALL tarnUiDialogEnded(TarnUiDialog *dialog, intptr_t *result); /* 1 once ended */
 
 #ifdef __cplusplus
 }

@@ -182,28 +182,68 @@ TEST(CodePageMode, AnsiAndUnicodeThroughTheAnsiPage) {
     EXPECT_EQ(wide[0], TARN_WCHAR(0x00FC));
 }
 
+// UTF-7 refuses the composition flags that every conversion passes, so nothing converts; the
+// count of 0 still reads as done. (UTF-8 refuses them as well on Windows, but Wine accepts them.)
 TEST(CodePageMode, FailedConversionGivesEmptyTextAndStillOne) {
     CodePageScope scope(true);
-    koSetACP(65001);
-    ASSERT_EQ(koGetACP(), 65001u);
+    koSetACP(65000);
+    ASSERT_EQ(koGetACP(), 65000u);
     TARN_WCHAR wide[8];
-    EXPECT_EQ(ANSI2UNC(wide, 8, "\xC3\xA4", 2), 1);
-    EXPECT_EQ(WideText(wide), WideText({0x00E4}));
+    std::fill(std::begin(wide), std::end(wide), TARN_WCHAR(0x7777));
+    EXPECT_EQ(ANSI2UNC(wide, 8, "abc", 3), 1);
+    EXPECT_EQ(WideText(wide), WideText());
 
-    char narrow[2] = {'x', 'x'};
-    const TARN_WCHAR ae[] = {0x00E4};  // two bytes in UTF-8, room for one
-    EXPECT_EQ(UNC2ANSI(narrow, 2, ae, 1), 1);
+    char narrow[8];
+    std::memset(narrow, 'x', sizeof narrow);
+    EXPECT_EQ(UNC2ANSI(narrow, 8, TARN_W("abc"), 3), 1);
     EXPECT_STREQ(narrow, "");
 
-    // The OEM conversion goes byte by byte, so the halves of a UTF-8 sequence do not convert.
+    // Byte by byte, every character of the ANSI side fails alike.
     koSetOEMCP(850);
-    EXPECT_EQ(ansi_to_oem("M\xC3\xBCller"), "M??ller");
+    EXPECT_EQ(ansi_to_oem("Abc"), "???");
+}
+
+// The composite check joins a letter and a following combining mark before encoding.
+TEST(CodePageMode, CombiningMarksAreComposedForTheAnsiPage) {
+    CodePageScope scope(true);
+    const struct { uint32_t cp; WideText src; const char *expected; } cases[] = {
+        {1252, {'a', 0x0308}, "\xE4"},
+        {1252, {'A', 0x030A}, "\xC5"},
+        {1252, {'c', 0x0327}, "\xE7"},
+        {1252, {'n', 0x0303}, "\xF1"},
+        {1252, {'y', 0x0301}, "\xFD"},
+        {1252, {'e', 0x0302}, "\xEA"},
+        {1252, {'Y', 0x0308}, "\x9F"},  // not Latin-1, but in the page
+        {1252, {'M', 'u', 0x0308, 'l', 'l', 'e', 'r'}, "M\xFCller"},
+        {850, {'a', 0x0308}, "\x84"},
+        {850, {'A', 0x030A}, "\x8F"},
+        {1251, {'x', 0x0308}, "x?"},  // nothing to compose with, and no mark in the page
+    };
+    for (const auto &c : cases) {
+        koSetACP(c.cp);
+        ASSERT_EQ(koGetACP(), c.cp);
+        char dst[12];
+        std::memset(dst, 'x', sizeof dst);
+        EXPECT_EQ(UNC2ANSI(dst, 12, c.src.c_str(), int32_t(c.src.size())), 1) << c.expected;
+        EXPECT_STREQ(dst, c.expected) << "page " << c.cp;
+        EXPECT_EQ(dst[std::strlen(c.expected) + 1], 'x') << c.expected;
+    }
+
+    // Fixed mode composes nothing: each unit keeps its low byte.
+    koSetUseCodePages(0);
+    char dst[4];
+    const TARN_WCHAR aUmlaut[] = {'a', 0x0308};
+    EXPECT_EQ(UNC2ANSI(dst, 4, aUmlaut, 2), 1);
+    EXPECT_STREQ(dst, "a\x08");
 }
 
 TEST(CodePageMode, SingleCharactersThroughAGivenPage) {
     const struct { int c; uint32_t cp; unsigned unit; } toUnit[] = {
         {0xE4, 1252, 0x00E4}, {0x80, 1252, 0x20AC}, {0x81, 850, 0x00FC}, {0xD5, 850, 0x0131},
         {0x9B, 437, 0x00A2},  {0xC4, 437, 0x2500},  {'A', 0, 'A'},       {0xE4, 12345, '?'},
+        // Pages that refuse the composition flags, or that the system lacks: nothing converts.
+        {'A', 42, '?'},       {'A', 50220, '?'},    {'A', 50229, '?'},   {'A', 52936, '?'},
+        {'A', 54936, '?'},    {'A', 57002, '?'},    {'A', 57011, '?'},   {'A', 65000, '?'},
     };
     for (const auto &c : toUnit) {
         EXPECT_EQ(unsigned(koUNCfromCHAR(static_cast<char>(c.c), c.cp)), c.unit) << c.c << " in " << c.cp;
@@ -211,6 +251,7 @@ TEST(CodePageMode, SingleCharactersThroughAGivenPage) {
     const struct { unsigned unit; uint32_t cp; int c; } toChar[] = {
         {0x20AC, 1252, 0x80}, {0x00FC, 850, 0x81}, {0x2500, 437, 0xC4},
         {0x4E00, 1252, '?'},  {0x4E00, 850, '?'},  {'A', 12345, '?'},
+        {'A', 42, '?'},       {'A', 50220, '?'},   {'A', 54936, '?'},   {'A', 65000, '?'},
     };
     for (const auto &c : toChar) {
         EXPECT_EQ(static_cast<unsigned char>(koCHARfromUNC(TARN_WCHAR(c.unit), c.cp)), c.c)

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "tarngdi32.h"
 
@@ -52,6 +53,13 @@ TEST(ColorTable, IndexOutsideTheTableGivesEntryZero) {
         EXPECT_EQ(koGetSysBrush(c.index), koGetSysBrush(c.same_as)) << c.index;
     }
     EXPECT_EQ(koGetSysColor(9), 0xC48955u) << "the highlight is a fixed colour";
+    // Entries that share a system colour by default show the same colour.
+    const std::vector<std::vector<int>> sameDefault = {
+        {0, 5, 7}, {2, 3, 6, 8, 15}, {1, 12, 14, 17}, {4, 16},
+    };
+    for (const auto &group : sameDefault)
+        for (int i : group) EXPECT_EQ(koGetSysColor(i), koGetSysColor(group[0])) << "entry " << i;
+    EXPECT_NE(koGetSysColor(0), koGetSysColor(3)) << "window and window text differ";
     for (int i = 0; i < 20; ++i) EXPECT_NE(koGetSysBrush(i), nullptr) << "entry " << i;
 }
 
@@ -92,15 +100,6 @@ TEST(ModulePath, IsADirectoryWithoutTrailingSeparator) {
     char tiny[4] = "abc";
     tarnGetModulePath(nullptr, tiny, sizeof tiny);
     EXPECT_STREQ(tiny, "") << "a path that does not fit leaves an empty text";
-}
-
-TEST(EventLog, KeepsOnlyTheSourceNameAndWritesNothing) {
-    const std::string longName(64, 'n');
-    EXPECT_EQ(koEventLogAppName(nullptr), 1);
-    EXPECT_EQ(koEventLogAppName(longName.c_str()), 1);
-    EXPECT_EQ(koEventLogAppName("KELVO"), 1);
-    EXPECT_EQ(koEventLogWrite(1, "tarngdi32::test", "lpRet == NULL"), 0);
-    EXPECT_EQ(koEventLogClear(), 0);
 }
 
 TEST(WorkDate, StartsAsTodayAndCanBeSetBack) {

@@ -28,6 +28,10 @@ bool is_path_separator(char c);
 
 // Today's local date.
 void local_date(int *year, int *month, int *day);
+// The local calendar date of an instant given in seconds since 1970; false when out of range.
+bool local_date_of(int64_t t, int *year, int *month, int *day);
+// The instant of a local time (time zone and daylight saving of the machine); -1 when invalid.
+int64_t local_time_to_instant(int year, int month, int day, int hour, int minute, int second);
 void sleep_ms(uint32_t ms);
 
 }  // namespace plat

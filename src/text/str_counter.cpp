@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <string>
 
 namespace {
 
@@ -27,22 +26,26 @@ void collect_digits(const char *s, char (&digits)[kMaxDigits + 1], size_t &count
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
-// The result of lAddStrWert lives here until the next call; it grows for templates that are
-// returned unchanged because they are too long to count in.
-std::string &counter_result() {
-    static std::string result;
-    return result;
-}
+// The longest number text a 32-bit sum can have: "-2147483648".
+constexpr size_t kMaxNumberText = 11;
+
+// The result of lAddStrWert lives here until the next call, always at the same address. A
+// counted template (at most 20 characters) gains at most 11 leading digits.
+constexpr size_t kResultSize = kMaxDigits + kMaxNumberText + 1;
+char g_counter_result[kResultSize];
 
 }  // namespace
 
 TARN_EXPORT char *TARN_CALL lAddStrWert(const char *s, int32_t add, int32_t maxLen) {
     if (s == nullptr) s = "";
-    std::string &result = counter_result();
+    char *const result = g_counter_result;
     const size_t len = std::strlen(s);
     if (len > kMaxDigits) {
-        result.assign(s, len);
-        return &result[0];
+        // A template too long to count in comes back unchanged, cut to 31 characters.
+        const size_t kept = len < kResultSize - 1 ? len : kResultSize - 1;
+        std::memcpy(result, s, kept);
+        result[kept] = '\0';
+        return result;
     }
 
     char digits[kMaxDigits + 1];
@@ -57,28 +60,29 @@ TARN_EXPORT char *TARN_CALL lAddStrWert(const char *s, int32_t add, int32_t maxL
     const size_t number_len = std::strlen(number);
     int32_t extra = static_cast<int32_t>(number_len) - static_cast<int32_t>(digit_count);
 
-    result.clear();
+    size_t out = 0;   // characters written to result
     size_t next = 0;  // next character of `number` to place
     if (extra > 0) {
         for (int32_t k = 0; k < extra; ++k) {
             // A new leading digit that would make the text longer than maxLen is dropped.
             if (static_cast<int64_t>(extra) - k + static_cast<int64_t>(len) <= maxLen) {
-                result.push_back(number[k]);
+                result[out++] = number[k];
             }
         }
         next = static_cast<size_t>(extra);
     }
     for (const char *p = s; *p != '\0'; ++p) {
         if (!is_digit(*p)) {
-            result.push_back(*p);
+            result[out++] = *p;
         } else if (extra < 0) {
-            result.push_back('0');
+            result[out++] = '0';
             ++extra;
         } else {
-            result.push_back(next < number_len ? number[next++] : '0');
+            result[out++] = next < number_len ? number[next++] : '0';
         }
     }
-    return &result[0];
+    result[out] = '\0';
+    return result;
 }
 
 TARN_EXPORT int32_t TARN_CALL lGetStrWert(const char *s) {

@@ -48,8 +48,26 @@ TARN_EXPORT char *TARN_CALL lstrupr(char *s) {
     return s;
 }
 
+// The position between calls is one for the whole process, shared by all threads, unlike the
+// runtime's strtok on Windows, which keeps one per thread.
 TARN_EXPORT char *TARN_CALL lstrtok(char *s, const char *delims) {
-    return std::strtok(s, delims);
+    static char *next = nullptr;
+    if (delims == nullptr) delims = "";
+    if (s == nullptr) s = next;
+    if (s == nullptr) return nullptr;
+    s += std::strspn(s, delims);
+    if (*s == '\0') {
+        next = s;  // stays at the end: further calls without a string find nothing
+        return nullptr;
+    }
+    char *end = s + std::strcspn(s, delims);
+    if (*end == '\0') {
+        next = end;
+    } else {
+        *end = '\0';
+        next = end + 1;
+    }
+    return s;
 }
 
 TARN_EXPORT char *TARN_CALL koGetNextToken(char **cursor, char sep) {

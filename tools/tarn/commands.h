@@ -34,5 +34,6 @@ bool wants_help(const Args &args);
 int run_ansi2oem(const Args &args);
 int run_oem2ansi(const Args &args);
 int run_winerror(const Args &args);
+int run_date(const Args &args);
 
 }  // namespace tarn_tool

@@ -23,6 +23,14 @@ const std::vector<Command> &commands() {
          "usage: tarn winerror CODE\n"
          "Prints \"[CODE] NAME\" for a Windows system error code (decimal or 0x hexadecimal).\n",
          run_winerror},
+        {"date", "read typed dates against a work date; dates of day numbers",
+         "usage: tarn date [--workdate DD.MM.YYYY] TEXT...\n"
+         "       tarn date --days N\n"
+         "Reads each TEXT as a date field does (\"h\" today, \"m\" tomorrow, \"g\" yesterday,\n"
+         "\"+14\", \"-7\", \"31.2\", \"12/25\", \"1.1.79\") against the work date (default: today)\n"
+         "and prints the date, its day number (1 = 01.01.1900), weekday and week number.\n"
+         "With --days, prints the date of day number N.\n",
+         run_date},
     };
     return list;
 }

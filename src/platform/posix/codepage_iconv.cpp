@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -188,8 +189,8 @@ std::unique_ptr<CodePage> build_page(uint32_t cp) {
             Iconv enc(name.c_str(), "UTF-16LE");
             if (!enc.ok()) continue;  // decodes only; the system's pages convert both ways
             page->kind = Kind::kMultiByte;
-            // What the system puts for bad input: U+FFFD in UTF-8, '?' elsewhere.
-            page->replacement = cp == kUtf8 ? std::string("\xFD\xFF", 2) : std::string("?\0", 2);
+            // What the system puts for bad input of the multi-byte pages that convert here.
+            page->replacement = std::string("?\0", 2);
             return page;
         }
 
@@ -265,6 +266,67 @@ char16_t unit_at(const std::string &utf16le, size_t i) {
                                  static_cast<unsigned char>(utf16le[2 * i + 1]) << 8);
 }
 
+// The pages whose conversion calls refuse the composition flags (MB_PRECOMPOSED and
+// WC_COMPOSITECHECK) with ERROR_INVALID_FLAGS. Every conversion passes them, so these fail.
+bool refuses_composition_flags(uint32_t cp) {
+    switch (cp) {
+    case 42:     // Symbol
+    case 50220: case 50221: case 50222: case 50225: case 50227: case 50229:  // ISO-2022
+    case 52936:  // HZ-GB2312
+    case 54936:  // GB18030
+    case 65000:  // UTF-7
+    case kUtf8:
+        return true;
+    default:
+        return cp >= 57002 && cp <= 57011;  // ISCII
+    }
+}
+
+// The precomposed letter for `base` followed by the combining mark `mark`, 0 when there is none:
+// the Latin-1 letters and U+0178, which the Western European pages hold.
+char16_t composed(char16_t base, char16_t mark) {
+    static const struct {
+        char16_t mark;
+        const char *bases;
+        char16_t letters[12];
+    } kMarks[] = {
+        {0x0300, "AEIOUaeiou", {0xC0, 0xC8, 0xCC, 0xD2, 0xD9, 0xE0, 0xE8, 0xEC, 0xF2, 0xF9}},
+        {0x0301, "AEIOUYaeiouy",
+         {0xC1, 0xC9, 0xCD, 0xD3, 0xDA, 0xDD, 0xE1, 0xE9, 0xED, 0xF3, 0xFA, 0xFD}},
+        {0x0302, "AEIOUaeiou", {0xC2, 0xCA, 0xCE, 0xD4, 0xDB, 0xE2, 0xEA, 0xEE, 0xF4, 0xFB}},
+        {0x0303, "ANOano", {0xC3, 0xD1, 0xD5, 0xE3, 0xF1, 0xF5}},
+        {0x0308, "AEIOUYaeiouy",
+         {0xC4, 0xCB, 0xCF, 0xD6, 0xDC, 0x178, 0xE4, 0xEB, 0xEF, 0xF6, 0xFC, 0xFF}},
+        {0x030A, "Aa", {0xC5, 0xE5}},
+        {0x0327, "Cc", {0xC7, 0xE7}},
+    };
+    if (base == 0 || base > 0x7F) return 0;
+    for (const auto &row : kMarks) {
+        if (row.mark != mark) continue;
+        const char *hit = std::strchr(row.bases, static_cast<char>(base));
+        return hit ? row.letters[hit - row.bases] : 0;
+    }
+    return 0;
+}
+
+// The text with each base letter and following combining mark joined into one precomposed
+// letter where there is one, as the system's composite check does before encoding.
+std::u16string compose(const char16_t *src, int n) {
+    std::u16string out(src, static_cast<size_t>(n));
+    size_t w = 0;
+    for (size_t r = 0; r < out.size(); ++r) {
+        char16_t letter = r + 1 < out.size() ? composed(out[r], out[r + 1]) : 0;
+        if (letter != 0) {
+            out[w++] = letter;
+            ++r;
+        } else {
+            out[w++] = out[r];
+        }
+    }
+    out.resize(w);
+    return out;
+}
+
 // Upper case of the letters a Western European page can hold; the rest stays as it is,
 // including 'ß' and 'µ', whose capitals need another character or another page.
 char16_t upper_of(char16_t u) {
@@ -282,7 +344,9 @@ char16_t upper_of(char16_t u) {
 
 int mb_to_wide(uint32_t cp, const char *src, int n, char16_t *dst, int cap) {
     if (!src || n <= 0 || cap < 0) return 0;
-    const CodePage *page = find_page(resolve(cp));
+    cp = resolve(cp);
+    if (refuses_composition_flags(cp)) return 0;
+    const CodePage *page = find_page(cp);
     if (!page) return 0;
     if (page->kind == Kind::kSingleByte) {
         if (cap == 0) return n;  // a query for the size, as the system call answers it
@@ -300,20 +364,24 @@ int mb_to_wide(uint32_t cp, const char *src, int n, char16_t *dst, int cap) {
     return static_cast<int>(units);
 }
 
-// No composition of base letters with combining marks happens here, unlike the system call
-// with its composite check: text from our own callers arrives precomposed.
+// Base letters followed by a combining mark are composed for the single-byte pages only; the
+// multi-byte pages take the text as it stands.
 int wide_to_mb(uint32_t cp, const char16_t *src, int n, char *dst, int cap) {
     if (!src || n <= 0 || cap < 0) return 0;
-    const CodePage *page = find_page(resolve(cp));
+    cp = resolve(cp);
+    if (refuses_composition_flags(cp)) return 0;
+    const CodePage *page = find_page(cp);
     if (!page) return 0;
     if (page->kind == Kind::kSingleByte) {
-        if (cap == 0) return n;
-        if (n > cap) return 0;
-        for (int i = 0; i < n; ++i) {
-            int b = page->byte_of(src[i]);
+        const std::u16string text = compose(src, n);
+        const int count = static_cast<int>(text.size());
+        if (cap == 0) return count;
+        if (count > cap) return 0;
+        for (int i = 0; i < count; ++i) {
+            int b = page->byte_of(text[i]);
             dst[i] = static_cast<char>(b >= 0 ? b : page->defaultByte);
         }
-        return n;
+        return count;
     }
     std::string in;
     in.reserve(2 * static_cast<size_t>(n));

@@ -22,9 +22,10 @@ struct GdiRegistry {
     std::set<GdiObject *> live;
 };
 
+// Never destroyed: the library's destructor may run after the process's static objects are gone.
 GdiRegistry &registry() {
-    static GdiRegistry r;
-    return r;
+    static GdiRegistry *r = new GdiRegistry;
+    return *r;
 }
 
 HGDIOBJ make(Kind kind, COLORREF colour, int style, int width) {

@@ -14,9 +14,10 @@ struct ClassTable {
     std::set<std::string> names;
 };
 
+// Never destroyed: the library's destructor may run after the process's static objects are gone.
 ClassTable &classes() {
-    static ClassTable t;
-    return t;
+    static ClassTable *t = new ClassTable;
+    return *t;
 }
 
 std::string folded(const char *name) {

@@ -61,3 +61,31 @@ void local_date(int *year, int *month, int *day) {
 void sleep_ms(uint32_t ms) { Sleep(ms); }
 
 }  // namespace plat
+
+#include <time.h>
+
+namespace plat {
+
+bool local_date_of(int64_t t, int *year, int *month, int *day) {
+    __time64_t tt = t;
+    struct tm tmv;
+    if (_localtime64_s(&tmv, &tt) != 0) return false;
+    *year = tmv.tm_year + 1900;
+    *month = tmv.tm_mon + 1;
+    *day = tmv.tm_mday;
+    return true;
+}
+
+int64_t local_time_to_instant(int year, int month, int day, int hour, int minute, int second) {
+    struct tm tmv = {};
+    tmv.tm_year = year - 1900;
+    tmv.tm_mon = month - 1;
+    tmv.tm_mday = day;
+    tmv.tm_hour = hour;
+    tmv.tm_min = minute;
+    tmv.tm_sec = second;
+    tmv.tm_isdst = -1;
+    return int64_t(_mktime64(&tmv));
+}
+
+}  // namespace plat

@@ -1,0 +1,216 @@
+// Modal dialogs: shown by the provider as a dialog object it drives, else by the system from
+// the DLL's resources. The same dialog procedure serves both; for a provider's dialog the
+// window handle it receives is the dialog object.
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "export.h"
+#include "lib/frame_state.h"
+#include "lib/ui.h"
+#include "platform/dialog.h"
+
+struct TarnUiDialog {
+    const tarn::ui::DialogLayout *layout;
+    tarn::ui::DialogProc proc;
+    std::vector<std::string> texts;
+    std::vector<int> limits;
+    int focus = 0;  // index into the controls
+    bool ended = false;
+    intptr_t result = 0;
+};
+
+namespace tarn::ui {
+namespace {
+
+struct OpenDialogs {
+    std::mutex lock;
+    std::set<TarnUiDialog *> live;
+};
+
+OpenDialogs &open_dialogs() {
+    static OpenDialogs *d = new OpenDialogs;  // outlives every static destructor
+    return *d;
+}
+
+TarnUiDialog *provider_dialog(HWND wnd) {
+    auto *d = reinterpret_cast<TarnUiDialog *>(wnd);
+    std::lock_guard<std::mutex> g(open_dialogs().lock);
+    return open_dialogs().live.count(d) ? d : nullptr;
+}
+
+HWND handle_of(TarnUiDialog *d) { return reinterpret_cast<HWND>(d); }
+
+int index_of(const TarnUiDialog *d, int32_t id) {
+    for (int i = 0; i < d->layout->count; ++i)
+        if (d->layout->controls[i].id == id) return i;
+    return -1;
+}
+
+bool focusable(const TarnUiDialog *d, int i) {
+    const int kind = d->layout->controls[i].kind;
+    return kind == TARN_UI_EDIT || kind == TARN_UI_BUTTON;
+}
+
+void send_command(TarnUiDialog *d, int32_t id, uint32_t code) {
+    d->proc(handle_of(d), kCommand, command_param(id, code), 0);
+}
+
+// Moving the focus away from an edit tells the dialog that the field was left.
+void move_focus(TarnUiDialog *d, int to) {
+    const int from = d->focus;
+    if (from == to) return;
+    d->focus = to;
+    if (from >= 0 && from < d->layout->count && d->layout->controls[from].kind == TARN_UI_EDIT)
+        send_command(d, d->layout->controls[from].id, kEditKillFocus);
+}
+
+}  // namespace
+
+intptr_t run_dialog(HWND parent, const DialogLayout &layout, DialogProc proc, intptr_t param) {
+    const TarnUiProvider *p = provider();
+    if (!p || !p->runDialog) {
+        const intptr_t r = plat::run_resource_dialog(frame().instance, layout.name, parent,
+                                                     reinterpret_cast<plat::DialogProc>(proc), param);
+        return r < 0 ? 0 : r;
+    }
+    TarnUiDialog d;
+    d.layout = &layout;
+    d.proc = proc;
+    d.texts.resize(size_t(layout.count));
+    d.limits.assign(size_t(layout.count), 0);
+    d.focus = std::max(0, index_of(&d, layout.firstFocus));
+    {
+        std::lock_guard<std::mutex> g(open_dialogs().lock);
+        open_dialogs().live.insert(&d);
+    }
+    proc(handle_of(&d), kInitDialog, 0, param);
+    if (!d.ended) p->runDialog(p->context, &d);
+    {
+        std::lock_guard<std::mutex> g(open_dialogs().lock);
+        open_dialogs().live.erase(&d);
+    }
+    // A dialog the provider left open was dismissed: cancelled.
+    return d.ended ? d.result : 0;
+}
+
+int get_item_text(HWND dialog, int32_t id, char *text, int size) {
+    TarnUiDialog *d = provider_dialog(dialog);
+    if (!d) return plat::dialog_item_text(dialog, id, text, size);
+    const int i = index_of(d, id);
+    if (!text || size <= 0) return 0;
+    const std::string &s = i >= 0 ? d->texts[size_t(i)] : std::string();
+    const int n = std::min(int(s.size()), size - 1);
+    std::memcpy(text, s.data(), size_t(n));
+    text[n] = '\0';
+    return n;
+}
+
+bool set_item_text(HWND dialog, int32_t id, const char *text) {
+    TarnUiDialog *d = provider_dialog(dialog);
+    if (!d) return plat::set_dialog_item_text(dialog, id, text);
+    const int i = index_of(d, id);
+    if (i < 0) return false;
+    d->texts[size_t(i)] = text ? text : "";
+    return true;
+}
+
+void limit_item_text(HWND dialog, int32_t id, int chars) {
+    TarnUiDialog *d = provider_dialog(dialog);
+    if (!d) return plat::limit_dialog_item_text(dialog, id, chars);
+    const int i = index_of(d, id);
+    if (i >= 0) d->limits[size_t(i)] = chars;
+}
+
+void focus_next(HWND dialog) {
+    TarnUiDialog *d = provider_dialog(dialog);
+    if (!d) return plat::dialog_focus_next(dialog);
+    for (int step = 1; step <= d->layout->count; ++step) {
+        const int i = (d->focus + step) % d->layout->count;
+        if (focusable(d, i)) return move_focus(d, i);
+    }
+}
+
+void end_dialog(HWND dialog, intptr_t result) {
+    TarnUiDialog *d = provider_dialog(dialog);
+    if (!d) return plat::end_dialog(dialog, result);
+    d->ended = true;
+    d->result = result;
+}
+
+}  // namespace tarn::ui
+
+using namespace tarn::ui;
+
+TARN_EXPORT const char *TARN_CALL tarnUiDialogName(TarnUiDialog *d) {
+    return d ? d->layout->name : nullptr;
+}
+
+TARN_EXPORT const char *TARN_CALL tarnUiDialogTitle(TarnUiDialog *d) {
+    return d ? d->layout->title : nullptr;
+}
+
+TARN_EXPORT int32_t TARN_CALL tarnUiDialogControlCount(TarnUiDialog *d) {
+    return d ? d->layout->count : 0;
+}
+
+TARN_EXPORT int32_t TARN_CALL tarnUiDialogControl(TarnUiDialog *d, int32_t index, int32_t *id,
+                                                  int32_t *kind, const char **label) {
+    if (!d || index < 0 || index >= d->layout->count) return 0;
+    const ControlLayout &c = d->layout->controls[index];
+    if (id) *id = c.id;
+    if (kind) *kind = c.kind;
+    if (label) *label = c.label;
+    return 1;
+}
+
+TARN_EXPORT int32_t TARN_CALL tarnUiDialogGetText(TarnUiDialog *d, int32_t id, char *text,
+                                                  int32_t size) {
+    return d ? get_item_text(reinterpret_cast<HWND>(d), id, text, size) : 0;
+}
+
+TARN_EXPORT int32_t TARN_CALL tarnUiDialogSetText(TarnUiDialog *d, int32_t id, const char *text) {
+    if (!d || d->ended) return 0;
+    const int i = index_of(d, id);
+    if (i < 0 || d->layout->controls[i].kind != TARN_UI_EDIT) return 0;
+    std::string s = text ? text : "";
+    // Typing stops at the field's limit, as in the system's edit control.
+    if (d->limits[size_t(i)] > 0 && int(s.size()) > d->limits[size_t(i)])
+        s.resize(size_t(d->limits[size_t(i)]));
+    d->texts[size_t(i)] = s;
+    d->focus = i;
+    return 1;
+}
+
+TARN_EXPORT int32_t TARN_CALL tarnUiDialogFocus(TarnUiDialog *d) {
+    return d && d->focus < d->layout->count ? d->layout->controls[d->focus].id : 0;
+}
+
+TARN_EXPORT int32_t TARN_CALL tarnUiDialogLeave(TarnUiDialog *d, int32_t id) {
+    if (!d || d->ended) return 0;
+    const int i = index_of(d, id);
+    if (i < 0 || d->layout->controls[i].kind != TARN_UI_EDIT) return 0;
+    send_command(d, id, kEditKillFocus);
+    return 1;
+}
+
+TARN_EXPORT int32_t TARN_CALL tarnUiDialogPress(TarnUiDialog *d, int32_t id) {
+    if (!d || d->ended) return 0;
+    const int i = index_of(d, id);
+    // Enter and Escape reach the dialog without moving the focus; a button takes it first.
+    if (id != kIdOk && id != kIdCancel) {
+        if (i < 0 || d->layout->controls[i].kind != TARN_UI_BUTTON) return 0;
+        move_focus(d, i);
+    }
+    if (!d->ended) send_command(d, id, kButtonClicked);
+    return 1;
+}
+
+TARN_EXPORT int32_t TARN_CALL tarnUiDialogEnded(TarnUiDialog *d, intptr_t *result) {
+    if (!d || !d->ended) return 0;
+    if (result) *result = d->result;
+    return 1;
+}

@@ -1,0 +1,21 @@
+// The system's own dialogs and message boxes.
+#pragma once
+#include <cstdint>
+#include "tarn_types.h"
+
+namespace plat {
+
+using DialogProc = intptr_t(TARN_API_CALL *)(HWND, uint32_t, uintptr_t, intptr_t);
+
+// Runs the dialog resource `name` of `module` modally; -1 when the system has no such dialogs.
+intptr_t run_resource_dialog(HINSTANCE module, const char *name, HWND parent, DialogProc proc,
+                             intptr_t param);
+int dialog_item_text(HWND dialog, int32_t id, char *text, int size);
+bool set_dialog_item_text(HWND dialog, int32_t id, const char *text);
+void limit_dialog_item_text(HWND dialog, int32_t id, int chars);
+void dialog_focus_next(HWND dialog);
+void end_dialog(HWND dialog, intptr_t result);
+// A message box; -1 when the system has none to show.
+int32_t message_box(HWND parent, const char *text, const char *caption, uint32_t type);
+
+}  // namespace plat

@@ -1,0 +1,162 @@
+// Day numbers, date numbers, week numbers and typed date input against the work date.
+#include <gtest/gtest.h>
+
+#include "tarngdi32.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace {
+
+// Typed input is relative to the work date; these tests see 15.03.2024 and put back the
+// process's work date afterwards.
+class TypedDates : public testing::Test {
+protected:
+    void SetUp() override { saved_ = ld_Today(), ld_SetWorkDate(20240315); }
+    void TearDown() override { ld_SetWorkDate(saved_); }
+    int32_t saved_ = 0;
+};
+
+std::string typed(const char *input) {
+    char out[16];
+    std::memset(out, '#', sizeof out);
+    koFormatDateString(out, input);
+    EXPECT_EQ(out[11], '#') << "wrote past 11 bytes";
+    return out;
+}
+
+}  // namespace
+
+// Walks a plain calendar beside the count: only 1900 and 2100 lack a 29 February, and 73050
+// belongs to no date.
+TEST(DayNumbers, FollowTheCalendarWithOneHoleIn2100) {
+    const int lengths[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    int d = 1, m = 1, y = 1900;
+    for (int32_t n = 1; n <= 99999; ++n) {
+        if (n == 73050) continue;
+        ASSERT_EQ(Tagzahl(d, m, y), n) << d << "." << m << "." << y;
+        ASSERT_EQ(TagVonTagzahl(n) * 1000000 + MonatVonTagzahl(n) * 10000 + JahrVonTagzahl(n),
+                  d * 1000000 + m * 10000 + y) << n;
+        const bool leapDay = m == 2 && y % 4 == 0 && y != 1900 && y != 2100;
+        if (++d > lengths[m - 1] + (leapDay ? 1 : 0)) d = 1, y += m / 12, m = m % 12 + 1;
+    }
+    char text[12];
+    EXPECT_STREQ(TagzahlToString(text, 73050), "00.01.2100");
+    EXPECT_EQ(TagImJahr(73050), 0);
+    EXPECT_STREQ(TagzahlToString(text, 99999), "13.10.2173");
+    for (int32_t n : {0, 100000, -1}) EXPECT_STREQ(TagzahlToString(text, n), "00.00.0000") << n;
+}
+
+TEST(DayNumbers, WeekdaysRollOverAndExtremes) {
+    const struct { int32_t n; const char *name; } weekdays[] = {
+        {1, "Montag"}, {60, "Donnerstag"}, {45365, "Freitag"}, {0, "Sonntag"}, {-1, "Samstag"},
+    };
+    for (const auto &w : weekdays) EXPECT_STREQ(WochenTagStrVonTagzahl(w.n), w.name) << w.n;
+    const struct { int32_t d, m, y, n; } rolls[] = {
+        {0, 3, 2024, Tagzahl(29, 2, 2024)}, {32, 1, 2023, Tagzahl(1, 2, 2023)},
+        {1, 13, 2023, Tagzahl(1, 1, 2024)}, {1, 0, 2024, Tagzahl(1, 12, 2023)},
+        {30, 2, 2100, Tagzahl(2, 3, 2100)},
+    };
+    for (const auto &r : rolls) EXPECT_EQ(Tagzahl(r.d, r.m, r.y), r.n) << r.d << "." << r.m;
+    // Under the sanitizers: no overflow, and every result stays a valid table index.
+    Tagzahl(INT32_MAX, INT32_MAX, INT32_MAX);
+    Tagzahl(INT32_MIN, INT32_MIN, INT32_MIN);
+    for (int32_t n : {INT32_MIN, INT32_MIN + 1, -1, INT32_MAX}) {
+        const int32_t weekday = WochenTagVonTagzahl(n), week = WocheVonTagzahl(n);
+        EXPECT_TRUE(weekday >= 0 && weekday <= 6 && week >= 1 && week <= 53) << n;
+        EXPECT_LE(MonatVonTagzahl(n), 13) << n;
+        EXPECT_LT(std::abs(TagVonTagzahl(n)), 367) << n;
+    }
+}
+
+// Days before the first Monday of a year starting Friday to Sunday are week 53, and late
+// December is never week 1: both differ from ISO 8601 on purpose.
+TEST(WeekNumbers, SimplifiedRuleWithAFixedWeek53) {
+    const struct { int32_t d, m, y, week; } cases[] = {
+        {1, 1, 2021, 53}, {4, 1, 2021, 1}, {31, 12, 2024, 53}, {30, 12, 2019, 53},
+        {1, 1, 2022, 53}, {2, 1, 2022, 53}, {3, 1, 2022, 1}, {1, 1, 2024, 1}, {7, 1, 2024, 1},
+        {8, 1, 2024, 2}, {1, 1, 2025, 1}, {5, 1, 2025, 1}, {6, 1, 2025, 2}, {31, 12, 2020, 53},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(WocheVonTagzahl(Tagzahl(c.d, c.m, c.y)), c.week) << c.d << "." << c.m << c.y;
+    }
+}
+
+TEST(DateNumbers, FixedColumnTextIsRepaired) {
+    const auto s = ld_FromString, ex = ld_FromStringEx;
+    const struct { decltype(&ld_FromString) fn; const char *text; int32_t date; } cases[] = {
+        {s, "31.04.24", 20240430},  {s, "29.02.23", 20230228},   {s, "29.02.00", 20000228},
+        {s, "29.02.24", 20240229},  {s, "30.02.2024", 20240229}, {s, "01.01.69", 20690101},
+        {s, "01.01.70", 19700101},  {s, "00.13.99", 19991201},   {s, "15-03-2024", 20240315},
+        {s, "01.01.-3000", 0},      {s, "01.01.000000000001999", 20190101},  // 19 characters
+        {ex, "01.01.99", 0},        {ex, "31.12.1899", 0},       {ex, "29.02.1900", 19000229},
+        {ex, "31.02.2023", 20230228}, {ex, "31.06.2024", 20240630}, {ex, "1", 0},
+        {ex, "15.03.12345", 123450315}, {ld_FromOdbc, "2024-03-15 00:00:00", 20240315},
+        {ld_FromOdbc, "2024", 20240000},
+    };
+    for (const auto &c : cases) EXPECT_EQ(c.fn(c.text), c.date) << c.text;
+}
+
+TEST(DateNumbers, TextFormsFitTheirBuffersForAnyValue) {
+    const auto s = ld_ToString, ex = ld_ToStringEx, odbc = ld_ToOdbc;
+    const struct { decltype(&ld_ToString) fn; int32_t date; const char *text; } cases[] = {
+        {s, 20240315, "15.03.24"},     {ex, 20240315, "15.03.2024"}, {s, 0, "00.00.00"},
+        {s, INT32_MIN, "00.00.00"},    {s, INT32_MAX, "47.36.48"},   {ex, -20240315, "00.00.0000"},
+        {ex, 100000000, "00.00.0000"}, {odbc, 20240315, "2024-03-15 00:00:00"},
+        {odbc, INT32_MIN, "0000-00-00 00:00:00"}, {odbc, 99991231, "9999-12-31 00:00:00"},
+    };
+    for (const auto &c : cases) {
+        char out[32];
+        std::memset(out, '#', sizeof out);
+        EXPECT_STREQ(c.fn(out, c.date), c.text) << c.date;
+        EXPECT_EQ(out[std::strlen(c.text) + 1], '#') << c.date;
+    }
+}
+
+// Noon keeps daylight-saving changes (Europe 31.3./27.10.2024, USA 10.3.2024) from moving the
+// date; the 32-bit step wraps beyond 24855 days.
+TEST(DateNumbers, AddDaysThroughTheLocalCalendar) {
+    const struct { int32_t date, days, result; } cases[] = {
+        {20240331, 1, 20240401},  {20241027, 1, 20241028},  {20240310, 1, 20240311},
+        {20240228, 1, 20240229},  {20240301, -1, 20240229}, {20231231, 1, 20240101},
+        {20240231, 0, 20240302},  {20240315, 366, 20250316}, {0, 5, 0},
+        {20500101, 24856, 19811215}, {20240315, -24856, 20920401},
+    };
+    for (const auto &c : cases) EXPECT_EQ(ld_AddDays(c.date, c.days), c.result) << c.date;
+    EXPECT_EQ(ld_FullTimeToDate(1710504000), 20240315);  // noon UTC: the same date in any zone
+    EXPECT_EQ(ld_FullTimeToDate(4102488000), 21000101);
+    EXPECT_EQ(ld_FullTimeToDate(INT64_MAX), 0);
+}
+
+TEST_F(TypedDates, NormaliseAgainstTheWorkDate) {
+    const struct { const char *input, *output; } cases[] = {
+        {"h", "15.03.2024"}, {"  H ", "15.03.2024"}, {"m", "16.03.2024"}, {"g", "14.03.2024"},
+        {"+20", "04.04.2024"}, {"-7", "08.03.2024"}, {"+999999", "00.00.0000"}, {"", "00.00.0000"},
+        {"0", "00.00.0000"}, {"00.00.0000", "00.00.0000"}, {"5", "05.03.2024"},
+        {"5.0", "05.03.2024"}, {"5.4", "05.04.2024"}, {"5.4.", "05.04.2024"},
+        {"1,2,2023", "01.02.2023"},
+        {"1.1.79", "01.01.2079"}, {"1.1.80", "01.01.1980"}, {"1.1.2101", "01.01.2024"},
+        {"1.1.1899", "01.01.2024"}, {"31.2", "02.03.2024"}, {"31.2.2023", "03.03.2023"},
+        {"13.13.2024", "13.12.2024"}, {"12/25", "01.12.2025"}, {"3/", "01.03.2024"},
+        {"                 5.4", "05.03.2024"},  // only 18 characters are read
+    };
+    for (const auto &c : cases) EXPECT_EQ(typed(c.input), c.output) << '"' << c.input << '"';
+    EXPECT_EQ(typed(nullptr), "00.00.0000");
+    const int32_t today = ld_ResetWorkDate();  // "S" is the system's date, not the work date
+    ld_SetWorkDate(20240315);
+    char expected[12];
+    EXPECT_EQ(typed("s"), ld_ToStringEx(expected, today));
+}
+
+TEST_F(TypedDates, DayNumbersRoundTripThroughText) {
+    char text[12];
+    for (int32_t n = 1; n <= Tagzahl(31, 12, 2100); ++n) {
+        if (n == 73050) continue;
+        ASSERT_EQ(TagzahlFromString(TagzahlToString(text, n)), n) << text;
+    }
+    EXPECT_EQ(TagzahlFromString("00.01.2100"), 73051);
+    EXPECT_EQ(TagzahlFromString("01.01.2101"), Tagzahl(1, 1, 2024)) << "takes the work year";
+    EXPECT_EQ(TagzahlFromString("h"), Tagzahl(15, 3, 2024));
+    EXPECT_EQ(TagzahlFromString(""), 0);
+}
