@@ -7,7 +7,7 @@ WINE  ?= /usr/lib/wine/wine64
 PRESETS := native asan win64 win32
 
 # Debian packages the build and the tests need.
-PACKAGES := cmake make g++ googletest libgtest-dev mingw-w64 wine64 binutils-mingw-w64-i686 python3 locales-all
+PACKAGES := cmake make g++ googletest libgtest-dev mingw-w64 wine64 binutils-mingw-w64-i686 python3 locales-all libsqlite3-dev
 
 .PHONY: all deps build $(addprefix build-,$(PRESETS)) test demo clean
 

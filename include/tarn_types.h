@@ -35,6 +35,11 @@
    typedef HGDIOBJ                 HFONT;
    typedef struct tarn_hcursor_*   HCURSOR;
    typedef void*                   HANDLE;
+   typedef struct tarn_hkey_*      HKEY;
+#  define HKEY_CLASSES_ROOT  ((HKEY)(uintptr_t)0x80000000u)
+#  define HKEY_CURRENT_USER  ((HKEY)(uintptr_t)0x80000001u)
+#  define HKEY_LOCAL_MACHINE ((HKEY)(uintptr_t)0x80000002u)
+#  define HKEY_USERS         ((HKEY)(uintptr_t)0x80000003u)
    typedef uint32_t                COLORREF;
    typedef int32_t                 BOOL;
    typedef uint32_t                UINT;

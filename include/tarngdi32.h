@@ -151,6 +151,62 @@ TARN_API intptr_t    TARN_CALL ld_WorkDateSetupDlgProc(HWND dlg, uint32_t msg, u
 TARN_API int32_t     TARN_CALL ld_GetFilter(HWND parent, int32_t *from, int32_t *to); /* dialog "DateFiltDlg" */
 TARN_API char *      TARN_CALL koFormatDateString(char *dst, const char *input); /* typed input to DD.MM.YYYY */
 
+/* ---- Profile and registry settings ---------------------------------------------------------
+ * FILE is the last argument; where the values go is decided by the profile type:
+ * 0 registry of the default user, 1 of the current user, 2 INI per computer and user, 3 shared INI. */
+
+TARN_API int32_t  TARN_CALL koSetProfileType(int32_t type);   /* previous type; -1 = the system's default */
+TARN_API char *   TARN_CALL koGetPrivateString(const char *section, const char *key, const char *def,
+                                               char *buffer, int32_t size, const char *file); /* buffer, or NULL when not found */
+TARN_API int32_t  TARN_CALL koWritePrivateString(const char *section, const char *key, const char *value,
+                                                 const char *file); /* NULL value/key/section deletes */
+TARN_API int32_t  TARN_CALL koGetPrivateLong(const char *section, const char *key, int32_t def, const char *file);
+TARN_API int32_t  TARN_CALL koWritePrivateLong(const char *section, const char *key, int32_t value, const char *file);
+TARN_API double   TARN_CALL koGetPrivateDouble(const char *section, const char *key, double def, const char *file);
+TARN_API int32_t  TARN_CALL koWritePrivateDouble(const char *section, const char *key, double value, const char *file);
+TARN_API int32_t  TARN_CALL koGetPrivateBin(const char *section, const char *key, void *buffer, uint32_t size,
+                                            const char *file); /* registry forms only */
+TARN_API uint32_t TARN_CALL koGetPrivateBinSize(const char *section, const char *key, const char *file);
+TARN_API int32_t  TARN_CALL koWritePrivateBin(const char *section, const char *key, const void *data,
+                                              uint32_t size, const char *file);
+TARN_API char *   TARN_CALL koGetPublicString(const char *section, const char *key, const char *def,
+                                              char *buffer, int32_t size); /* FILE "DEFAULT" */
+TARN_API int32_t  TARN_CALL koGetPublicLong(const char *section, const char *key, int32_t def);
+TARN_API double   TARN_CALL koGetPublicDouble(const char *section, const char *key, double def);
+TARN_API int32_t  TARN_CALL koWritePublicString(const char *section, const char *key, const char *value);
+TARN_API int32_t  TARN_CALL koWritePublicLong(const char *section, const char *key, int32_t value);
+TARN_API int32_t  TARN_CALL koWritePublicDouble(const char *section, const char *key, double value);
+TARN_API COLORREF TARN_CALL GetPrivateProfileRGB(const char *section, const char *key, COLORREF def,
+                                                 const char *iniFile); /* "R=%d;G=%d;B=%d;" */
+TARN_API COLORREF TARN_CALL WritePrivateProfileRGB(const char *section, const char *key, COLORREF colour,
+                                                   const char *iniFile);
+TARN_API int32_t  TARN_CALL tarnGetRegDWORD(HKEY root, const char *path, const char *name, DWORD *value);
+TARN_API int32_t  TARN_CALL tarnGetRegDWORD_Ex(HKEY root, const char *path, const char *name, DWORD *value,
+                                               void *view64);
+TARN_API int32_t  TARN_CALL tarnGetRegString_Ex(HKEY root, const char *path, const char *name, char *buffer,
+                                                uint32_t size, BOOL view64);
+TARN_API int32_t  TARN_CALL tarnSetRegDWORD(HKEY root, const char *path, const char *name, DWORD value);
+TARN_API int32_t  TARN_CALL tarnGetZentKeyDWORD(const char *name, DWORD *value);
+TARN_API int32_t  TARN_CALL tarnGetZentKeyString(const char *name, char *buffer, DWORD size);
+TARN_API int32_t  TARN_CALL tarnSetZentKeyDWORD(const char *name, DWORD value);
+TARN_API int32_t  TARN_CALL tarnSetZentKeyString(const char *name, const char *value);
+TARN_API int32_t  TARN_CALL tarnGetSysKeyDWORD(const char *name, DWORD *value);
+TARN_API int32_t  TARN_CALL tarnSetSysKeyDWORD(const char *name, DWORD value);
+TARN_API int32_t  TARN_CALL tarnMakeZentcolorKey(void);
+
+/* ---- Screen zoom and dialog units ------------------------------------------------------------ */
+
+TARN_API intptr_t TARN_CALL tarnGdiSetup(HWND parent);          /* dialog "DlgGdiSetup" */
+TARN_API double   TARN_CALL koGetScreenZoom(void);              /* 1.0 when zoom is off */
+TARN_API BOOL     TARN_CALL koEnableScreenZoom(BOOL enable);    /* previous state */
+TARN_API DWORD    TARN_CALL koGetDialogBaseUnits(void);         /* height high word, width low word */
+TARN_API int32_t  TARN_CALL koUnitCX(void);
+TARN_API int32_t  TARN_CALL koUnitCY(void);
+TARN_API int32_t  TARN_CALL koPixelFromUnitsCX(int32_t units);
+TARN_API int32_t  TARN_CALL koPixelFromUnitsCY(int32_t units);
+TARN_API int32_t  TARN_CALL koPixelToUnitsCX(int32_t pixels);
+TARN_API int32_t  TARN_CALL koPixelToUnitsCY(int32_t pixels);
+
 /* ---- User interface provider ----------------------------------------------------------------
  * Message boxes, modal dialogs and progress reports of the library go to the provider an
  * application installs. Without one, Windows shows its own boxes and the dialogs of the DLL's

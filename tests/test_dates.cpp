@@ -1,6 +1,7 @@
 // Day numbers, date numbers, week numbers and typed date input against the work date.
 #include <gtest/gtest.h>
 
+#include "platform/test_env.h"
 #include "tarngdi32.h"
 
 #include <cstdlib>
@@ -16,6 +17,24 @@ protected:
     void SetUp() override { saved_ = ld_Today(), ld_SetWorkDate(20240315); }
     void TearDown() override { ld_SetWorkDate(saved_); }
     int32_t saved_ = 0;
+};
+
+// Local time in a zone with daylight saving, put back to the process's zone afterwards.
+class BerlinTime : public testing::Test {
+protected:
+    void SetUp() override {
+        zone_set_ = test_env::set_time_zone("Europe/Berlin");
+        if (!zone_set_) GTEST_SKIP() << "the tests cannot set the time zone on this platform";
+        // 23:30 UTC on 15.03.2024 is already the 16th in Berlin; without the zone's data the
+        // runtime falls back to UTC.
+        if (ld_FullTimeToDate(1710545400) != 20240316) {
+            GTEST_SKIP() << "the zone data for Europe/Berlin is not installed";
+        }
+    }
+    void TearDown() override {
+        if (zone_set_) test_env::set_time_zone(nullptr);
+    }
+    bool zone_set_ = false;
 };
 
 std::string typed(const char *input) {
@@ -114,11 +133,9 @@ TEST(DateNumbers, TextFormsFitTheirBuffersForAnyValue) {
     }
 }
 
-// Noon keeps daylight-saving changes (Europe 31.3./27.10.2024, USA 10.3.2024) from moving the
-// date; the 32-bit step wraps beyond 24855 days.
+// The 32-bit step wraps beyond 24855 days.
 TEST(DateNumbers, AddDaysThroughTheLocalCalendar) {
     const struct { int32_t date, days, result; } cases[] = {
-        {20240331, 1, 20240401},  {20241027, 1, 20241028},  {20240310, 1, 20240311},
         {20240228, 1, 20240229},  {20240301, -1, 20240229}, {20231231, 1, 20240101},
         {20240231, 0, 20240302},  {20240315, 366, 20250316}, {0, 5, 0},
         {20500101, 24856, 19811215}, {20240315, -24856, 20920401},
@@ -127,6 +144,19 @@ TEST(DateNumbers, AddDaysThroughTheLocalCalendar) {
     EXPECT_EQ(ld_FullTimeToDate(1710504000), 20240315);  // noon UTC: the same date in any zone
     EXPECT_EQ(ld_FullTimeToDate(4102488000), 21000101);
     EXPECT_EQ(ld_FullTimeToDate(INT64_MAX), 0);
+}
+
+// Days of 23 and 25 hours (31.3. and 27.10.2024, 26.3. and 29.10.2023) must not move the date,
+// in either direction and across both changes at once.
+TEST_F(BerlinTime, AddDaysAcrossDaylightSavingChanges) {
+    const struct { int32_t date, days, result; } cases[] = {
+        {20240331, 1, 20240401},   {20240330, 1, 20240331},    {20240401, -1, 20240331},
+        {20241027, 1, 20241028},   {20241026, 1, 20241027},    {20241028, -1, 20241027},
+        {20240330, 2, 20240401},   {20241026, 2, 20241028},    {20230326, 1, 20230327},
+        {20231029, 1, 20231030},   {20240301, 245, 20241101},  {20241101, -245, 20240301},
+        {20231101, 151, 20240331}, {20231028, 366, 20241028},
+    };
+    for (const auto &c : cases) EXPECT_EQ(ld_AddDays(c.date, c.days), c.result) << c.date;
 }
 
 TEST_F(TypedDates, NormaliseAgainstTheWorkDate) {

@@ -51,17 +51,20 @@ TEST(NumberFormat, LongAndDoubleTextsAlignRoundAndMarkOverflow) {
         {1234.5, 10, 2, "   1234,50"}, {123456.0, 5, 0, "*****"},    {2e14, 20, 2, "***"},
         {-2e14, 20, 2, "***"},         {1e14, 18, 2, "100000000000000,00"},
         {1234.5, 7, 2, "1234,50"},     {1234.5, 6, 2, "******"},     {-2.5, 3, 0, " -3"},
-        {1.005, 6, 2, "  1,00"},       {-12.345, 7, 2, " -12,35"},   {-0.004, 5, 2, " 0,00"},
-        {1234.5678, 6, -2, "  1200"},  {kNaN, 5, 2, "***"},          {2e14, 2, 0, "**"},
+        {1.005, 6, 2, "  1,00"},       {-12.345, 7, 2, " -12,35"},   {-0.004, 5, 2, "-0,00"},
+        {-0.0, 4, 1, " 0,0"},          {-0.004, 4, 2, "****"},       {0.004, 4, 2, "0,00"},
+        {1234.5678, 6, -2, "  1200"},  {kNaN, 5, 2, "***"},          {kNaN, 1, 2, "***"},
+        {2e14, 2, 0, "***"},           {-2e14, 0, 0, "***"},         {1e14, 20, 300, "***"},
     };
     for (const auto &c : doubles) {
-        Guarded buf(c.width + 1);
+        // The "***" marker is written whole, so a buffer holds at least its four bytes.
+        Guarded buf(std::max<int32_t>(c.width, 3) + 1);
         EXPECT_STREQ(DoubleToString(buf.bytes, c.v, c.width, c.decimals), c.text) << c.v;
         EXPECT_TRUE(buf.intact()) << c.v;
     }
     const struct { double v; int32_t width, decimals; const char *text; } whole[] = {
         {123456.0, 5, 0, "123456"}, {2e14, 1, 0, "***"}, {-0.5, 0, 0, "-1"},
-        {99999999999999.99, 2, 2, "99999999999999,98"},
+        {99999999999999.99, 2, 2, "99999999999999,98"}, {-0.004, 0, 2, "-0,00"},
     };
     char buf[64];
     for (const auto &c : whole) {
@@ -87,9 +90,13 @@ TEST(NumberFormatDeathTest, WorkBufferWidthsOfThirtyEndTheProcess) {
 TEST(Rounding, HalfAwayFromZeroAndCommercial) {
     const struct { double v; int32_t decimals; double rounded; } plain[] = {
         {1.005, 2, 1.0},  {0.285, 2, 0.28},   {-2.5, 0, -3.0},         {-0.125, 2, -0.13},
-        {0.125, 2, 0.13}, {1.0049, 3, 1.005}, {1234.5678, -2, 1200.0}, {1e300, 20, 1e300},
+        {0.125, 2, 0.13}, {1.0049, 3, 1.005}, {1234.5678, -2, 1200.0},
     };
     for (const auto &c : plain) EXPECT_DOUBLE_EQ(dRnd(c.v, c.decimals), c.rounded) << c.v;
+    // v * 10^20 overflows, and floor(inf) / p stays infinite.
+    EXPECT_EQ(dRnd(1e300, 20), HUGE_VAL);
+    EXPECT_EQ(dRnd(-1e300, 20), -HUGE_VAL);
+    EXPECT_TRUE(std::signbit(dRnd(-0.004, 2))) << "-0.4 rounds to -0 hundredths";
 
     // The third decimal is read from the text, and the raise ignores the sign.
     const struct { double v; double rounded; } cents[] = {
@@ -112,9 +119,10 @@ TEST(Rounding, DblcmpComparesTheShownTexts) {
         {1.0, 1.004, 2, 0}, {1.0, 1.005, 2, 0}, {1.0, 1.006, 2, -1}, {2.0, 10.0, 2, -1},
         {10.0, 9.0, 0, 1},  {1.5, 1.25, 1, 1},
         {1e13, 2e13, 2, 0},  // both overflow the width of 15
-        {-1.0, 1.0, 2, 1},   // the word sort weighs the minus sign last
+        {-0.004, -0.001, 2, 0},
     };
     for (const auto &c : cases) EXPECT_EQ(sign(dblcmp(c.a, c.b, c.decimals)), c.order) << c.a;
+    EXPECT_NE(dblcmp(-0.001, 0.0, 2), 0) << "\"-0,00\" is another text than \"0,00\"";
 }
 
 TEST(NumberFormat, TextsIgnoreAGermanProcessLocale) {
@@ -146,7 +154,9 @@ TEST(NumberMask, PlacesSignsAndThousandsPoints) {
         {"#.###,##", 1234.5, "1.234,50"},  {"#.###,##", 12.5, "   12,50"},
         {"#.###.###,##", 1234567.891, "1.234.567,89"}, {"<#.###,##", 12.5, "12,50"},
         {"-#.###,##", -1234.5, "-1.234,50"}, {"-#.###,##", 1234.5, " 1.234,50"},
-        {"+#,##", 0.5, "+0,50"},           {"+#,##", -0.001, "+0,00"},
+        {"+#,##", 0.5, "+0,50"},           {"+#,##", -0.001, "-0,00"},
+        {"-#,##", -0.001, "-0,00"},        {"+#,##", 0.001, "+0,00"},
+        {"#,##", -0.001, "*,**"},          {"#", 2e14, "*"},
         {"#.###,##", -12.5, "  -12,50"},   {"##,##", 1234.5, "**,**"},
         {"EUR ###", 42.0, "EUR  42"},      {"###", 2e14, "***"},
         {"##0,00", 1.5, "  0,00"},  // mask digits stand for themselves and use up a place
@@ -164,7 +174,10 @@ TEST(Calculator, EvaluatesLeftToRight) {
         {"2<>3", 1.0},    {"2<=2", 1.0},      {"3>=4", 0.0},      {"2<1", 0.0},
         {"2*-3", -6.0},   {"2--3", 5.0},      {"0,04&1", 0.0},    {"0,05&1", 1.0},
         {"0,04|0", 0.0},  {"0|1", 1.0},       {"(2", 0.0},        {"*5", 0.0},
-        {"2+*3", 6.0},    {"2+(3", 2.0},      {"2)+3", 2.0},      {" 1 , 5 \t+ 1", 2.5},
+        {"2+*3", 2.0},    {"2**3", 2.0},      {"2+*+3", 5.0},     {"2*(+3", 5.0},
+        {"2+)-1", 1.0},   {"2+", 2.0},        {"0-0,001=0", 0.0}, {"0-0,004=0", 0.0},
+        {"0,001=0", 1.0},
+        {"2+(3", 2.0},    {"2)+3", 2.0},      {" 1 , 5 \t+ 1", 2.5},
         {"1.234,5+0,5", 1235.0}, {"((1+2)*(3+4))", 21.0}, {longest + "1", 128.0},
     };
     for (const auto &c : cases) EXPECT_DOUBLE_EQ(koParseDouble(c.expr.c_str()), c.value) << c.expr;
@@ -220,8 +233,9 @@ TEST(CharFields, NumbersAreRightAlignedWithoutTerminator) {
     const struct { int32_t n, decimals; double v; const char *text; } doubles[] = {
         {8, 0, 1234.5, "    1235"}, {8, 0, -2.5, "      -3"},  {8, 0, 1e12, "********"},
         {9, 2, 1234.5, "  1234.50"}, {6, 2, 1234.5, "******"},  {10, 0, 7.5, "         8"},
-        {4, 1, 2.25, " 2.3"},       {12, 2, -0.001, "        0.00"}, {6, 1, kNaN, "******"},
-        {1, 0, 35.4, "Z"},
+        {4, 1, 2.25, " 2.3"},       {12, 2, -0.001, "       -0.00"}, {6, 1, kNaN, "******"},
+        {1, 0, 35.4, "Z"},          {8, 0, -0.4, "       0"},  // whole numbers have no -0
+        {5, 1, -0.04, " -0.0"},
     };
     for (const auto &c : doubles) {
         Guarded field(c.n);
@@ -250,6 +264,21 @@ TEST(PackedFields, DigitsAndSignNibbles) {
         EXPECT_EQ(packed(field, c.n), c.bytes) << c.v;
         EXPECT_EQ(field[c.n], 0x77) << c.v;
     }
+    // A null field, or n beyond INT32_MAX / 2 where 2n - 1 overflows, is left alone and reads 0.
+    for (int32_t n : {0x40000000, INT32_MAX, 0, -1}) {
+        const std::vector<unsigned> before = {0x12, 0x34, 0x56, 0x7C};
+        unsigned char field[4] = {0x12, 0x34, 0x56, 0x7C};
+        LongToCobolX(field, n, 5);
+        DoubleToCobolN(field, n, 2, 1.5);
+        EXPECT_EQ(packed(field, 4), before) << n;
+        EXPECT_EQ(CobolXToLong(field, n), 0) << n;
+        EXPECT_EQ(CobolNToDouble(field, n, 2), 0.0) << n;
+    }
+    LongToCobolX(nullptr, 3, 1);
+    DoubleToCobolN(nullptr, 3, 2, 1.0);
+    EXPECT_EQ(CobolXToLong(nullptr, 3), 0);
+    EXPECT_EQ(CobolNToDouble(nullptr, 3, 2), 0.0);
+
     const unsigned char signD[] = {0x01, 0x23, 0x4D}, cut[] = {0x01, 0x2A, 0x4F};
     EXPECT_EQ(CobolXToLong(signD, 3), 1234);
     EXPECT_EQ(CobolXToLong(cut, 3), 12);
@@ -257,7 +286,8 @@ TEST(PackedFields, DigitsAndSignNibbles) {
     const struct { int32_t n, decimals; double v; std::vector<unsigned> bytes; } amounts[] = {
         {3, 2, -12.34, {0x01, 0x23, 0x4D}}, {3, 2, 12.34, {0x01, 0x23, 0x4C}},
         {3, 3, 1.2345, {0x01, 0x23, 0x5C}}, {2, 2, 123.45, {0xAA, 0xAC}},
-        {2, 0, -0.4, {0x00, 0x0C}},         {3, 2, -2e12, {0xAA, 0xAA, 0xAD}},
+        {2, 0, -0.4, {0x00, 0x0C}},  // "-0" is the integer 0, not a negative one
+        {3, 2, -0.001, {0x00, 0x00, 0x0C}}, {3, 2, -2e12, {0xAA, 0xAA, 0xAD}},
     };
     for (const auto &c : amounts) {
         unsigned char field[4] = {0x77, 0x77, 0x77, 0x77};

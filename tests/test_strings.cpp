@@ -228,7 +228,8 @@ TEST(NumberText, DoubleReadsGermanAndPlainNotation) {
         {"1.234,56", 1234.56}, {"1234.56", 1234.56}, {"  0,5", 0.5},    {"", 0.0},
         {"-1,5", -1.5},        {"1 234,5", 1234.5},  {"1.234.567", 1.234}, {"12abc", 12.0},
         {"007", 7.0},          {"1,5e2", 150.0},     {"-,5", -0.5},     {"inf", 0.0},
-        {"1e-400", 0.0},
+        {"1e-400", 0.0},       {"nan", 0.0},         {"-infinity", 0.0}, {"+NAN(1)", 0.0},
+        {"-0x10", 0.0},        {" 0X1p4", 0.0},  // no infinity, NaN or hexadecimal spellings
         {std::string(39, '1') + "999", 1.11111111111111111111111111111111111111e38},
     };
     for (const auto &c : cases) EXPECT_DOUBLE_EQ(StringToDouble(c.s.c_str()), c.value) << c.s;

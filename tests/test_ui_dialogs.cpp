@@ -107,6 +107,7 @@ TEST_F(ProviderTest, DateFilterFillsBothDatesOnlyWhenAccepted) {
         EXPECT_EQ(text_of(d, 102), "00.00.0000");
         tarnUiDialogSetText(d, 101, "5.4");
         tarnUiDialogSetText(d, 102, "h");
+        EXPECT_EQ(text_of(d, 101), "05.04.2024") << "typing in the next field left the first";
         tarnUiDialogPress(d, 2);
     };
     EXPECT_EQ(ld_GetFilter(nullptr, &from, &to), 0);

@@ -24,7 +24,6 @@ struct FrameState {
     HFONT fonts[kFontSlots] = {};
     bool fontOwned[kFontSlots] = {};
     int32_t music = 0;
-    int32_t profileType = -1;  // -1 until start-up has read it
     int32_t autoYield = 0;     // 0 while not ready; doubles as the ready flag
     char eventSource[64] = "KELVO";
     uint32_t memBlocks = 0;

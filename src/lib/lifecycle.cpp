@@ -6,7 +6,7 @@
 #include "platform/profile.h"
 #include "platform/system.h"
 #include "platform/window.h"
-#include "settings/public_profile.h"
+#include "settings/settings_state.h"
 
 #include <cstdio>
 
@@ -33,12 +33,13 @@ void load_bitmaps(FrameState &f) {
     }
 }
 
-void read_profile_type(FrameState &f) {
-    const int32_t def = Is_Longhorn() ? 1 : 0;
-    const int32_t value = public_profile_get_long(kSection, "RegProfileType", def);
-    f.profileType = value & 0xFF;
-    // Written back at once, so the setting always exists after the first load.
-    public_profile_write_long(kSection, "RegProfileType", f.profileType);
+void read_profile_type() {
+    const int32_t provisional = settings::default_profile_type();
+    settings::set_profile_type(provisional);
+    const int32_t value = koGetPublicLong(kSection, "RegProfileType", provisional);
+    settings::set_profile_type(value & 0xFF);
+    // Written back at once, so the setting always exists for the administrator to edit.
+    koWritePublicLong(kSection, "RegProfileType", value & 0xFF);
 }
 
 // Classes registered before and after the rich-edit library is loaded.
@@ -112,15 +113,15 @@ TARN_EXPORT int32_t TARN_CALL InitGdiLib(HINSTANCE instance) {
     FrameState &f = frame();
     f.instance = instance;
     load_bitmaps(f);
-    const COLORREF colour = COLORREF(public_profile_get_long(kSection, "DP_COLOR", 0xADBFBF));
-    const int32_t style = public_profile_get_long(kSection, "DP_STYLE", 0);
+    const COLORREF colour = COLORREF(koGetPrivateLong(kSection, "DP_COLOR", 0xADBFBF, "DEFAULT"));
+    const int32_t style = koGetPrivateLong(kSection, "DP_STYLE", 0, "DEFAULT");
     f.dotPen = plat::create_pen(dot_pen_style(style), 1, colour);
     for (int i = 0; i < kFontSlots; ++i) {
         f.fonts[i] = nullptr;
         f.fontOwned[i] = false;
     }
-    f.music = public_profile_get_long(kSection, "Music", 0);
-    read_profile_type(f);
+    f.music = koGetPrivateLong(kSection, "Music", 0, "DEFAULT");
+    read_profile_type();
     return 1;
 }
 

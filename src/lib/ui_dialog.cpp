@@ -145,20 +145,31 @@ void end_dialog(HWND dialog, intptr_t result) {
 
 using namespace tarn::ui;
 
+namespace {
+
+// Only a dialog that is running answers: a provider may keep a pointer past its dialog's end.
+TarnUiDialog *running(TarnUiDialog *d) { return d ? provider_dialog(reinterpret_cast<HWND>(d)) : nullptr; }
+
+}  // namespace
+
 TARN_EXPORT const char *TARN_CALL tarnUiDialogName(TarnUiDialog *d) {
+    d = running(d);
     return d ? d->layout->name : nullptr;
 }
 
 TARN_EXPORT const char *TARN_CALL tarnUiDialogTitle(TarnUiDialog *d) {
+    d = running(d);
     return d ? d->layout->title : nullptr;
 }
 
 TARN_EXPORT int32_t TARN_CALL tarnUiDialogControlCount(TarnUiDialog *d) {
+    d = running(d);
     return d ? d->layout->count : 0;
 }
 
 TARN_EXPORT int32_t TARN_CALL tarnUiDialogControl(TarnUiDialog *d, int32_t index, int32_t *id,
                                                   int32_t *kind, const char **label) {
+    d = running(d);
     if (!d || index < 0 || index >= d->layout->count) return 0;
     const ControlLayout &c = d->layout->controls[index];
     if (id) *id = c.id;
@@ -169,10 +180,12 @@ TARN_EXPORT int32_t TARN_CALL tarnUiDialogControl(TarnUiDialog *d, int32_t index
 
 TARN_EXPORT int32_t TARN_CALL tarnUiDialogGetText(TarnUiDialog *d, int32_t id, char *text,
                                                   int32_t size) {
+    d = running(d);
     return d ? get_item_text(reinterpret_cast<HWND>(d), id, text, size) : 0;
 }
 
 TARN_EXPORT int32_t TARN_CALL tarnUiDialogSetText(TarnUiDialog *d, int32_t id, const char *text) {
+    d = running(d);
     if (!d || d->ended) return 0;
     const int i = index_of(d, id);
     if (i < 0 || d->layout->controls[i].kind != TARN_UI_EDIT) return 0;
@@ -180,16 +193,18 @@ TARN_EXPORT int32_t TARN_CALL tarnUiDialogSetText(TarnUiDialog *d, int32_t id, c
     // Typing stops at the field's limit, as in the system's edit control.
     if (d->limits[size_t(i)] > 0 && int(s.size()) > d->limits[size_t(i)])
         s.resize(size_t(d->limits[size_t(i)]));
+    move_focus(d, i);
     d->texts[size_t(i)] = s;
-    d->focus = i;
     return 1;
 }
 
 TARN_EXPORT int32_t TARN_CALL tarnUiDialogFocus(TarnUiDialog *d) {
+    d = running(d);
     return d && d->focus < d->layout->count ? d->layout->controls[d->focus].id : 0;
 }
 
 TARN_EXPORT int32_t TARN_CALL tarnUiDialogLeave(TarnUiDialog *d, int32_t id) {
+    d = running(d);
     if (!d || d->ended) return 0;
     const int i = index_of(d, id);
     if (i < 0 || d->layout->controls[i].kind != TARN_UI_EDIT) return 0;
@@ -198,6 +213,7 @@ TARN_EXPORT int32_t TARN_CALL tarnUiDialogLeave(TarnUiDialog *d, int32_t id) {
 }
 
 TARN_EXPORT int32_t TARN_CALL tarnUiDialogPress(TarnUiDialog *d, int32_t id) {
+    d = running(d);
     if (!d || d->ended) return 0;
     const int i = index_of(d, id);
     // Enter and Escape reach the dialog without moving the focus; a button takes it first.
@@ -210,6 +226,7 @@ TARN_EXPORT int32_t TARN_CALL tarnUiDialogPress(TarnUiDialog *d, int32_t id) {
 }
 
 TARN_EXPORT int32_t TARN_CALL tarnUiDialogEnded(TarnUiDialog *d, intptr_t *result) {
+    d = running(d);
     if (!d || !d->ended) return 0;
     if (result) *result = d->result;
     return 1;

@@ -4,6 +4,7 @@
 #include "export.h"
 #include "text/number_text.h"
 
+#include <cstdint>
 #include <cstring>
 
 namespace {
@@ -38,6 +39,11 @@ void pack(unsigned char *field, int32_t n, const char *digits, size_t len, unsig
     set_nibble(field, places, sign);
 }
 
+// A null field, or n outside 1 to INT32_MAX / 2 (where 2n - 1 would overflow), is not a field.
+bool usable(const unsigned char *field, int32_t n) {
+    return field != nullptr && n > 0 && n <= INT32_MAX / 2;
+}
+
 void write_two(char *out, int32_t v) {
     out[0] = static_cast<char>('0' + v / 10 % 10);
     out[1] = static_cast<char>('0' + v % 10);
@@ -46,7 +52,7 @@ void write_two(char *out, int32_t v) {
 }  // namespace
 
 TARN_EXPORT int32_t TARN_CALL CobolXToLong(const unsigned char *field, int32_t n) {
-    if (field == nullptr || n <= 0) return 0;
+    if (!usable(field, n)) return 0;
     // As reading the digits as text with StringToLong: a nibble above 9 ends the number, and
     // more than nine digits wrap at 32 bits.
     uint32_t value = 0;
@@ -59,7 +65,7 @@ TARN_EXPORT int32_t TARN_CALL CobolXToLong(const unsigned char *field, int32_t n
 }
 
 TARN_EXPORT void TARN_CALL LongToCobolX(unsigned char *field, int32_t n, int32_t v) {
-    if (field == nullptr || n <= 0 || v < 0) return;
+    if (!usable(field, n) || v < 0) return;
     char text[16];
     char *const end = text + sizeof text;
     char *p = end;
@@ -73,7 +79,7 @@ TARN_EXPORT void TARN_CALL LongToCobolX(unsigned char *field, int32_t n, int32_t
 
 TARN_EXPORT double TARN_CALL CobolNToDouble(const unsigned char *field, int32_t n,
                                             int32_t decimals) {
-    if (field == nullptr || n <= 0) return 0.0;
+    if (!usable(field, n)) return 0.0;
     // Amounts are read in full rather than through the 32-bit reader, so fields of ten and more
     // digits keep their value.
     double value = 0.0;
@@ -91,7 +97,7 @@ TARN_EXPORT double TARN_CALL CobolNToDouble(const unsigned char *field, int32_t 
 
 TARN_EXPORT void TARN_CALL DoubleToCobolN(unsigned char *field, int32_t n, int32_t decimals,
                                           double v) {
-    if (field == nullptr || n <= 0) return;
+    if (!usable(field, n)) return;
     double scaled = v;
     if (decimals == 2) scaled *= 100.0;
     if (decimals == 3) scaled *= 1000.0;
@@ -104,8 +110,12 @@ TARN_EXPORT void TARN_CALL DoubleToCobolN(unsigned char *field, int32_t n, int32
         pack(field, n, nullptr, 0, scaled < 0 ? kNegative : kPositive);
         return;
     }
-    const bool negative = *digits == '-';
-    if (negative) ++digits;
+    // A value rounding to "-0" is the integer 0, which is not negative.
+    bool negative = false;
+    if (*digits == '-') {
+        ++digits;
+        negative = std::strspn(digits, "0") != std::strlen(digits);
+    }
     pack(field, n, digits, len - static_cast<size_t>(digits - text),
          negative ? kNegative : kPositive);
 }

@@ -110,9 +110,12 @@ double evaluate(const char *p, const char *end) {
         const Op op = read_operator(p, end);
         if (op == Op::None) break;
         double operand = 0.0;
-        // A missing operand drops its operator; the character found there is read as the
-        // next operator, so "2+*3" is 6 and "2+(3" stops at 2.
-        if (!read_operand(p, end, operand)) continue;
+        // A character that is no operand is skipped with the operator before it, and the next
+        // operator is looked for after it: "2+*+3" is 5, "2+*3" and "2+(3" stop at 2.
+        if (!read_operand(p, end, operand)) {
+            if (p < end) ++p;
+            continue;
+        }
         value = apply(op, value, operand);
     }
     return value;

@@ -55,8 +55,6 @@ double commercial_round(double v, int32_t probeWidth, int32_t probeDecimals, siz
 namespace tarn {
 
 size_t fixed_text(char *out, double v, int32_t decimals, char point) {
-    // "-0,00" would read as a negative amount of nothing.
-    if (v == 0.0) v = 0.0;
     const int precision = std::clamp<int32_t>(decimals, 0, kMaxDecimals);
     const std::to_chars_result r =
         std::to_chars(out, out + kFixedTextSize - 1, v, std::chars_format::fixed, precision);
@@ -75,15 +73,15 @@ size_t fixed_text(char *out, double v, int32_t decimals, char point) {
 size_t amount_text(char *dst, double v, int32_t width, int32_t decimals, bool keep_whole) {
     // A negative width is taken as no width at all rather than as printf's left alignment.
     const size_t field = width > 0 ? static_cast<size_t>(width) : 0;
-    // The negated test also catches NaN, which has no amount to show.
-    if (!(v <= kLargestAmount && v >= -kLargestAmount)) {
-        // The marker is cut to the field, so a caller's buffer of width + 1 bytes always holds it.
-        fill_asterisks(dst, keep_whole ? 3 : std::min<size_t>(3, field));
-        return keep_whole ? 3 : std::min<size_t>(3, field);
+    // NaN gives the marker too, the library's choice: printf's NaN text differs by platform.
+    const double rounded = dRnd(v, decimals);
+    if (!(v <= kLargestAmount && v >= -kLargestAmount) || !std::isfinite(rounded)) {
+        // The marker whatever the width: the caller's buffer must hold its four bytes.
+        fill_asterisks(dst, 3);
+        return 3;
     }
     char text[kFixedTextSize];
-    const double rounded = dRnd(v, decimals);
-    const size_t len = std::isfinite(rounded) ? fixed_text(text, rounded, decimals, ',') : 0;
+    const size_t len = fixed_text(text, rounded, decimals, ',');
     if (len > field) {
         if (!keep_whole) {
             fill_asterisks(dst, field);
@@ -132,8 +130,7 @@ TARN_EXPORT char *TARN_CALL XDoubleToString(char *dst, double v, int32_t width, 
 TARN_EXPORT double TARN_CALL dRnd(double v, int32_t decimals) {
     const double p = power_of_ten(decimals);
     const double x = v * p;
-    // Place counts beyond what a double can scale to leave v as it is.
-    if (p == 0.0 || !std::isfinite(p) || !std::isfinite(x)) return v;
+    // No guard: an x that overflows gives floor(inf) / p, an infinity.
     return x >= 0 ? std::floor(x + 0.5) / p : std::ceil(x - 0.5) / p;
 }
 

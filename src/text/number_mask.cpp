@@ -3,6 +3,7 @@
 #include "export.h"
 #include "text/number_text.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -31,11 +32,12 @@ TARN_EXPORT char *TARN_CALL koDoubleFormat(char *dst, const char *mask, double v
         }
     }
 
-    // The sign follows the amount as shown, so a mask never puts "-" in front of "0,00".
-    const bool negative = dRnd(v, after) < 0;
+    // The sign is that of v itself, so -0.001 shows as "-0,00" under a sign place.
+    const bool negative = v < 0;
     const int32_t width = before + after + (comma ? 1 : 0);
-    // Built like DoubleToString's text, but a long mask is not held to its 30-byte limit.
-    std::string digits(static_cast<size_t>(width) + 1, '\0');
+    // Built like DoubleToString's text, but a long mask is not held to its 30-byte limit; room
+    // for the "***" marker even where the mask has fewer places.
+    std::string digits(static_cast<size_t>(std::max<int32_t>(width, 3)) + 1, '\0');
     const size_t len =
         tarn::amount_text(&digits[0], signPlace && negative ? -v : v, width, after, false);
     digits.resize(len);

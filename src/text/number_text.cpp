@@ -56,7 +56,7 @@ double out_of_range_value(const char *first, const char *last, bool negative) {
 
 // The "%lf" rule of the C locale: white space, an optional sign, then a decimal number with an
 // optional point and exponent; anything after it is ignored. Infinity, NaN and hexadecimal
-// spellings are not numbers of an amount field and read as 0.
+// spellings read as 0 on every platform, as the Windows runtime's (msvcrt) %lf reads none of them.
 double scan_double(const char *p, const char *end) {
     while (p < end && is_space(*p)) ++p;
     bool negative = false;

@@ -16,13 +16,13 @@ constexpr int32_t kMaxDecimals = 40;
 constexpr size_t kFixedTextSize = 352;
 
 // A finite v as "%.Pf" spells it in the C locale, with `point` as the decimal separator.
-// Negative zero is written without its sign. Returns the length.
+// Negative zero keeps its sign, as printf writes it ("-0.00"). Returns the length.
 size_t fixed_text(char *out, double v, int32_t decimals, char point);
 
 // The text of DoubleToString: "%W.Pf" of dRnd(v, decimals) with a decimal comma, "***" beyond
-// +-1e14, and `width` asterisks when it is longer than `width`, unless keep_whole. Writes the
-// text and a terminator into dst, which holds width + 1 bytes, or the whole text when
-// keep_whole. Returns the length.
+// +-1e14 (and for NaN) whatever the width, and `width` asterisks when it is longer than
+// `width`, unless keep_whole. Writes the text and a terminator into dst, which holds
+// max(width, 3) + 1 bytes, or the whole text when keep_whole. Returns the length.
 size_t amount_text(char *dst, double v, int32_t width, int32_t decimals, bool keep_whole);
 
 }  // namespace tarn

@@ -35,5 +35,6 @@ int run_ansi2oem(const Args &args);
 int run_oem2ansi(const Args &args);
 int run_winerror(const Args &args);
 int run_date(const Args &args);
+int run_settings(const Args &args);
 
 }  // namespace tarn_tool

@@ -31,6 +31,16 @@ const std::vector<Command> &commands() {
          "and prints the date, its day number (1 = 01.01.1900), weekday and week number.\n"
          "With --days, prints the date of day number N.\n",
          run_date},
+        {"settings", "read and write profile settings",
+         "usage: tarn settings [--type 0..3] get FILE SECTION KEY\n"
+         "       tarn settings [--type 0..3] set FILE SECTION KEY VALUE\n"
+         "       tarn settings [--type 0..3] delete FILE SECTION [KEY]\n"
+         "       tarn settings [--type 0..3] list FILE SECTION\n"
+         "Profile values as the applications keep them. --type chooses the store: 0 registry of\n"
+         "the default user, 1 of the current user, 2 INI files per computer and user, 3 shared\n"
+         "INI files. Without it, the type the library settles on at start. \"get\" exits with 1\n"
+         "when a registry value is missing (the default, an empty text, is printed).\n",
+         run_settings},
     };
     return list;
 }

@@ -1,0 +1,33 @@
+// What the tests need to know of the system they run on, and how they start helper processes.
+#pragma once
+#include <string>
+#include <vector>
+
+namespace test_env {
+
+// True where the library keeps settings in its own INI files and registry store; false on
+// Windows, where the system's profile calls and registry do.
+bool library_keeps_settings();
+// The folder the library uses as the program's folder (INI forms live beside it).
+std::string program_folder();
+// A fresh empty folder for one test.
+std::string temp_folder(const std::string &name);
+// Joins path components with the system's separator.
+std::string join(const std::string &a, const std::string &b);
+
+// This test program, started again with `args` (it then runs the helper role named by them).
+struct Child {
+    long long id = 0;
+};
+Child start_self(const std::vector<std::string> &args);
+int wait_child(Child c);         // exit code, or -1
+void kill_child_hard(Child c);   // SIGKILL / TerminateProcess
+void sleep_ms(int ms);
+
+void set_self_path(const char *argv0);
+
+// Sets the time zone of the library's local-time conversions to the named zone ("Europe/Berlin"),
+// or with nullptr puts back the zone the process had before. False where a test cannot set it.
+bool set_time_zone(const char *tz);
+
+}  // namespace test_env

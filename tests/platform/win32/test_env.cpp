@@ -1,0 +1,77 @@
+#include "test_env.h"
+
+#include <windows.h>
+
+#include <string>
+
+namespace test_env {
+namespace {
+std::string &self() {
+    static std::string s;
+    return s;
+}
+}  // namespace
+
+bool library_keeps_settings() { return false; }
+
+std::string program_folder() {
+    char path[MAX_PATH] = "";
+    HMODULE lib = GetModuleHandleA("tarngdi32.dll");
+    const DWORD n = GetModuleFileNameA(lib, path, MAX_PATH);
+    std::string s(path, n);
+    const size_t cut = s.find_last_of("\\/");
+    return cut == std::string::npos ? std::string(".") : s.substr(0, cut);
+}
+
+std::string temp_folder(const std::string &name) {
+    char tmp[MAX_PATH] = "";
+    GetTempPathA(MAX_PATH, tmp);
+    const std::string dir = std::string(tmp) + "tarngdi32-" + name + "-" + std::to_string(GetCurrentProcessId());
+    const std::string cmd = "cmd /c rmdir /s /q \"" + dir + "\" >NUL 2>NUL";
+    system(cmd.c_str());
+    CreateDirectoryA(dir.c_str(), nullptr);
+    return dir;
+}
+
+std::string join(const std::string &a, const std::string &b) { return a + "\\" + b; }
+
+Child start_self(const std::vector<std::string> &args) {
+    std::string cmd = "\"" + self() + "\"";
+    for (const auto &a : args) cmd += " \"" + a + "\"";
+    STARTUPINFOA si = {};
+    si.cb = sizeof si;
+    PROCESS_INFORMATION pi = {};
+    if (!CreateProcessA(nullptr, &cmd[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi))
+        return {};
+    CloseHandle(pi.hThread);
+    return Child{reinterpret_cast<long long>(pi.hProcess)};
+}
+
+int wait_child(Child c) {
+    HANDLE h = reinterpret_cast<HANDLE>(c.id);
+    if (!h) return -1;
+    WaitForSingleObject(h, INFINITE);
+    DWORD code = 0;
+    GetExitCodeProcess(h, &code);
+    CloseHandle(h);
+    return int(code);
+}
+
+void kill_child_hard(Child c) {
+    HANDLE h = reinterpret_cast<HANDLE>(c.id);
+    if (h) TerminateProcess(h, 137);
+}
+
+void sleep_ms(int ms) { Sleep(DWORD(ms)); }
+
+// The runtime's TZ syntax cannot name a zone's own daylight-saving dates, and the system's zone
+// is not the tests' to change.
+bool set_time_zone(const char *) { return false; }
+
+void set_self_path(const char *argv0) {
+    char path[MAX_PATH] = "";
+    const DWORD n = GetModuleFileNameA(nullptr, path, MAX_PATH);
+    self() = n ? std::string(path, n) : std::string(argv0);
+}
+
+}  // namespace test_env

@@ -1,0 +1,158 @@
+// The library's registry store shared by several processes, and written by a process that is
+// killed at random moments: no write reported as done may be lost, and the file stays intact.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "child_roles.h"
+#include "platform/registry.h"
+#include "platform/test_env.h"
+#include "registry_check.h"
+#include "tarngdi32.h"
+
+namespace {
+
+constexpr int kWriters = 4;
+constexpr int kValuesEach = 1000;
+constexpr int kKillRounds = 20;
+const char *const kZent = "SOFTWARE\\KELVO GmbH\\ZENTcolor";
+
+std::string run_tag(const std::string &stem) {
+    return stem + std::to_string(std::chrono::system_clock::now().time_since_epoch().count() % 1000000007);
+}
+
+std::string spread_name(const std::string &tag, int writer, int i) {
+    return tag + "-w" + std::to_string(writer) + "-" + std::to_string(i);
+}
+
+// Its own values, and between them one value that every writer writes.
+int write_spread(const std::string &tag, int writer) {
+    const std::string shared = tag + "-shared";
+    for (int i = 0; i < kValuesEach; ++i) {
+        const std::string name = spread_name(tag, writer, i);
+        if (!tarnSetZentKeyString(name.c_str(), name.c_str())) return 1;
+        if (!tarnSetZentKeyDWORD(shared.c_str(), DWORD(writer * 10000 + i))) return 2;
+    }
+    return 0;
+}
+
+// A name reaches the log only after its write has returned success.
+int write_until_killed(const std::string &tag, const std::string &log) {
+    FILE *f = std::fopen(log.c_str(), "ab");
+    if (!f) return 3;
+    for (int i = 0;; ++i) {
+        const std::string name = tag + "-" + std::to_string(i);
+        if (!tarnSetZentKeyString(name.c_str(), name.c_str())) return 4;
+        std::fprintf(f, "%s\n", name.c_str());
+        std::fflush(f);
+    }
+}
+
+int reg_writer(const std::vector<std::string> &args) {
+    if (args.size() == 3 && args[0] == "spread") return write_spread(args[1], std::stoi(args[2]));
+    if (args.size() == 3 && args[0] == "crash") return write_until_killed(args[1], args[2]);
+    return 100;
+}
+TEST_CHILD_ROLE("reg-writer", reg_writer);
+
+bool holds_own_name(const std::string &name) {
+    char buf[96] = "";
+    return tarnGetZentKeyString(name.c_str(), buf, sizeof buf) && name == buf;
+}
+
+void delete_values(const std::vector<std::string> &names) {
+    HKEY key = nullptr;
+    if (plat::reg_open(HKEY_LOCAL_MACHINE, kZent, true, false, &key) != plat::kErrorSuccess) return;
+    for (const auto &n : names) plat::reg_delete_value(key, n.c_str());
+    plat::reg_close(key);
+}
+
+long file_size(const std::string &path) {
+    FILE *f = std::fopen(path.c_str(), "rb");
+    if (!f) return 0;
+    std::fseek(f, 0, SEEK_END);
+    const long n = std::ftell(f);
+    std::fclose(f);
+    return n;
+}
+
+// A line cut off by the kill has no line end and is not counted.
+std::vector<std::string> complete_lines(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    const std::string all((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::vector<std::string> lines;
+    for (size_t at = 0, end; (end = all.find('\n', at)) != std::string::npos; at = end + 1)
+        lines.push_back(all.substr(at, end - at));
+    return lines;
+}
+
+TEST(RegistryConcurrency, WritersInSeveralProcessesLoseNothing) {
+    if (!test_env::library_keeps_settings()) GTEST_SKIP() << "the system keeps the registry there";
+    const std::string tag = run_tag("spread");
+    std::vector<test_env::Child> writers;
+    for (int w = 0; w < kWriters; ++w)
+        writers.push_back(test_env::start_self({"--role", "reg-writer", "spread", tag, std::to_string(w)}));
+    for (const auto &c : writers) EXPECT_EQ(test_env::wait_child(c), 0);
+
+    std::vector<std::string> names;
+    int missing = 0;
+    for (int w = 0; w < kWriters; ++w)
+        for (int i = 0; i < kValuesEach; ++i) {
+            names.push_back(spread_name(tag, w, i));
+            missing += !holds_own_name(names.back());
+        }
+    EXPECT_EQ(missing, 0);
+    names.push_back(tag + "-shared");
+    DWORD shared = 0;
+    EXPECT_EQ(tarnGetZentKeyDWORD(names.back().c_str(), &shared), 1);
+    EXPECT_LT(shared / 10000, DWORD(kWriters));
+    EXPECT_EQ(shared % 10000, DWORD(kValuesEach - 1)) << "the last commit is some writer's last write";
+    EXPECT_EQ(test_env::registry_store_integrity(), "ok");
+    delete_values(names);
+}
+
+TEST(RegistryConcurrency, KilledWriterLosesNoReportedValue) {
+    if (!test_env::library_keeps_settings()) GTEST_SKIP() << "the system keeps the registry there";
+    const std::string tag = run_tag("crash");
+    const std::string log = test_env::join(test_env::temp_folder("reg-crash"), "written.log");
+    std::mt19937 random(std::random_device{}());
+    for (int round = 0; round < kKillRounds; ++round) {
+        const long before = file_size(log);
+        const std::string roundTag = tag + "-" + std::to_string(round);
+        const auto c = test_env::start_self({"--role", "reg-writer", "crash", roundTag, log});
+        ASSERT_NE(c.id, 0);
+        // Kill it while it writes, not while it is still starting.
+        for (int waited = 0; file_size(log) == before && waited < 10000; ++waited) test_env::sleep_ms(1);
+        test_env::sleep_ms(int(random() % 20));
+        test_env::kill_child_hard(c);
+        test_env::wait_child(c);
+    }
+    EXPECT_EQ(test_env::registry_store_integrity(), "ok");
+
+    const auto written = complete_lines(log);
+    EXPECT_GE(written.size(), size_t(kKillRounds));
+    std::vector<std::string> lost;
+    for (const auto &name : written)
+        if (!holds_own_name(name)) lost.push_back(name);
+    EXPECT_TRUE(lost.empty()) << lost.size() << " lost, the first " << lost.front();
+
+    // A write may have landed just before the kill without reaching the log.
+    const std::set<std::string> logged(written.begin(), written.end());
+    std::vector<std::string> names;
+    for (int round = 0; round < kKillRounds; ++round)
+        for (int i = 0;; ++i) {
+            names.push_back(tag + "-" + std::to_string(round) + "-" + std::to_string(i));
+            if (!logged.count(names.back())) break;
+        }
+    delete_values(names);
+    std::remove(log.c_str());
+}
+
+}  // namespace
