@@ -6,6 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "child_roles.h"
+#include "platform/profile_calls.h"
+#include "platform/test_env.h"
 #include "tarngdi32.h"
 
 TEST(TrackedMemory, CountsBlocksWithTheirHeaders) {
@@ -110,4 +113,54 @@ TEST(WorkDate, StartsAsTodayAndCanBeSetBack) {
     const int32_t reset = ld_ResetWorkDate();
     EXPECT_EQ(ld_Today(), reset);
     EXPECT_GE(ld_Today(), today);
+}
+
+namespace {
+
+int report_colors(const std::vector<std::string> &args) {
+    std::FILE *f = std::fopen(args.at(0).c_str(), "w");
+    if (!f) return 1;
+    for (int i : {0, 2, 5, 16, 19}) std::fprintf(f, "%06X ", unsigned(koGetSysColor(i)));
+    std::fclose(f);
+    return 0;
+}
+TEST_CHILD_ROLE("color-report", report_colors);
+
+std::string colors_at_start_up(const std::string &out) {
+    if (test_env::wait_child(test_env::start_self({"--role", "color-report", out})) != 0) return "";
+    std::FILE *f = std::fopen(out.c_str(), "r");
+    char text[128] = "";
+    if (f) {
+        if (!std::fgets(text, sizeof text, f)) text[0] = '\0';
+        std::fclose(f);
+    }
+    return text;
+}
+
+}  // namespace
+
+TEST(ColorTable, SchemeFromWinIniAtStartUp) {
+    const std::string out = test_env::join(test_env::temp_folder("colors"), "colors.txt");
+    const std::string standard = colors_at_start_up(out);
+    ASSERT_FALSE(standard.empty());
+    const std::string infoText = standard.substr(28, 6);
+
+    test_profile_write("tarnGDI", "Colors", "1", "win.ini");
+    EXPECT_EQ(colors_at_start_up(out), "E8FBFF 404040 E8FBFF 5C5C5C " + infoText + " ")
+        << "the light scheme";
+
+    test_profile_write("tarnGDI", "Colors", "2", "win.ini");
+    test_profile_write("tarnGDI", "TARNGDI_COLOR_WINDOW", "R=300;G=1;B=-254;", "win.ini");
+    test_profile_write("tarnGDI", "TARNGDI_COLOR_INFOTEXT", "G=255;", "win.ini");
+    const std::string read = colors_at_start_up(out);
+    EXPECT_EQ(read.substr(0, 7), "02012C ") << "each part keeps its low byte";
+    EXPECT_EQ(read.substr(28, 7), "00FF00 ") << "a missing part is 0";
+
+    test_profile_write("tarnGDI", "Colors", nullptr, "win.ini");
+    test_profile_write("tarnGDI", "TARNGDI_COLOR_WINDOW", nullptr, "win.ini");
+    test_profile_write("tarnGDI", "TARNGDI_COLOR_INFOTEXT", nullptr, "win.ini");
+    EXPECT_EQ(colors_at_start_up(out), standard);
+    char written[64] = "";
+    test_profile_get("tarnGDI", "TARNGDI_COLOR_HIGHLIGHT", "", written, sizeof written, "win.ini");
+    EXPECT_STREQ(written, "R=85;G=137;B=196;") << "start-up writes the colours in use";
 }
