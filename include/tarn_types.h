@@ -36,6 +36,12 @@
    typedef struct tarn_hcursor_*   HCURSOR;
    typedef void*                   HANDLE;
    typedef struct tarn_hkey_*      HKEY;
+   typedef struct _GUID {
+       uint32_t Data1;
+       uint16_t Data2;
+       uint16_t Data3;
+       uint8_t  Data4[8];
+   } GUID;
 #  define HKEY_CLASSES_ROOT  ((HKEY)(uintptr_t)0x80000000u)
 #  define HKEY_CURRENT_USER  ((HKEY)(uintptr_t)0x80000001u)
 #  define HKEY_LOCAL_MACHINE ((HKEY)(uintptr_t)0x80000002u)

@@ -151,6 +151,111 @@ TARN_API intptr_t    TARN_CALL ld_WorkDateSetupDlgProc(HWND dlg, uint32_t msg, u
 TARN_API int32_t     TARN_CALL ld_GetFilter(HWND parent, int32_t *from, int32_t *to); /* dialog "DateFiltDlg" */
 TARN_API char *      TARN_CALL koFormatDateString(char *dst, const char *input); /* typed input to DD.MM.YYYY */
 
+/* ---- Buffered files ------------------------------------------------------------------------
+ * An X_ handle is the system's file handle; TARN_INVALID_HANDLE (all bits set) is the failure
+ * value. X_Read and X_Write move at most 65535 bytes and answer with a 16-bit count. */
+
+#define TARN_INVALID_HANDLE ((HANDLE)(intptr_t)-1)
+
+TARN_API HANDLE  TARN_CALL X_Open(const char *name, int32_t write);   /* existing file */
+TARN_API HANDLE  TARN_CALL X_Creat(const char *name);                 /* created or truncated */
+TARN_API HANDLE  TARN_CALL X_CreatTmp(void);                          /* deleted when closed */
+TARN_API int32_t TARN_CALL X_Close(HANDLE h);
+TARN_API int16_t TARN_CALL X_Read(HANDLE h, void *buffer, uint16_t count);
+TARN_API int16_t TARN_CALL X_Write(HANDLE h, const void *buffer, uint16_t count);
+TARN_API int32_t TARN_CALL X_Seek(HANDLE h, int32_t offset, uint16_t origin); /* 0 start, 1 current, 2 end */
+TARN_API int32_t TARN_CALL X_Readln(HANDLE h, char *buffer, int32_t size);    /* 1 when bytes were read */
+TARN_API int32_t TARN_CALL X_Writeln(HANDLE h, const char *text);             /* text and CR LF */
+TARN_API int32_t TARN_CALL X_lRead(HANDLE h, void *buffer, int32_t count);
+TARN_API int32_t TARN_CALL X_lWrite(HANDLE h, const void *buffer, int32_t count);
+TARN_API int32_t TARN_CALL lreadln(int32_t file, char *buffer, int32_t size); /* old-style handle */
+TARN_API int32_t TARN_CALL lwriteln(int32_t file, const char *text);
+TARN_API const char *TARN_CALL UniqName(void);                         /* 8 hex digits, static */
+
+/* The cached random-access file: three 8 KiB blocks, the first always holding the file's start. */
+typedef struct IXFileCached IXFileCached;
+typedef struct IXFileCachedVtbl {
+    int32_t  (TARN_CALL *QueryInterface)(IXFileCached *self, const GUID *iid, void **object);
+    int32_t  (TARN_CALL *AddRef)(IXFileCached *self);                  /* always 2 */
+    int32_t  (TARN_CALL *Release)(IXFileCached *self);                 /* always 1 */
+    int32_t  (TARN_CALL *Open)(IXFileCached *self, const char *name, int32_t write);
+    int32_t  (TARN_CALL *Create)(IXFileCached *self, const char *name);
+    int32_t  (TARN_CALL *CreateTemp)(IXFileCached *self);
+    int32_t  (TARN_CALL *Close)(IXFileCached *self);
+    int32_t  (TARN_CALL *IsOpen)(IXFileCached *self);
+    uint32_t (TARN_CALL *GetPos)(IXFileCached *self);
+    uint32_t (TARN_CALL *GetSize)(IXFileCached *self);
+    int32_t  (TARN_CALL *Seek)(IXFileCached *self, int32_t position);
+    int32_t  (TARN_CALL *Write)(IXFileCached *self, const void *buffer, int32_t count);
+    int32_t  (TARN_CALL *Read)(IXFileCached *self, void *buffer, int32_t count);
+    int32_t  (TARN_CALL *ReadAt)(IXFileCached *self, int32_t position, void *buffer, int32_t count);
+    int32_t  (TARN_CALL *WriteAt)(IXFileCached *self, int32_t position, const void *buffer, int32_t count);
+    int32_t  (TARN_CALL *WriteLine)(IXFileCached *self, const char *text);
+    int32_t  (TARN_CALL *ReadLine)(IXFileCached *self, char *buffer, int32_t size);
+    int32_t  (TARN_CALL *GetByte)(IXFileCached *self, unsigned char *byte);
+    int32_t  (TARN_CALL *PutByte)(IXFileCached *self, const unsigned char *byte);
+    int32_t  (TARN_CALL *Truncate)(IXFileCached *self);
+} IXFileCachedVtbl;
+struct IXFileCached {
+    const IXFileCachedVtbl *lpVtbl;
+};
+
+TARN_API IXFileCached *TARN_CALL CreateIXFileCached(void);             /* one reference */
+TARN_API const GUID *  TARN_CALL GetIID_IXFileCached(void);            /* {EA385ED1-338B-4C27-827B-EBA338D49240} */
+
+/* ---- Import lines, profile sections, file copy --------------------------------------------- */
+
+TARN_API char *  TARN_CALL koReadImportLine(HANDLE *file, int32_t maxLength);     /* free with koFreeImportLine */
+TARN_API char *  TARN_CALL koReadImportLineAnsi(HANDLE *file, int32_t maxLength); /* converted with koAnsi2Oem */
+TARN_API void    TARN_CALL koFreeImportLine(char *line);
+TARN_API char *  TARN_CALL koImportToken(char **cursor, char *start);             /* next ";" field in place */
+TARN_API int32_t TARN_CALL AddIniAbschnitt(const char *file, const char *section, const char *text);
+TARN_API int32_t TARN_CALL DelIniAbschnitt(const char *file, const char *section);
+TARN_API int32_t TARN_CALL LoadIniAbschnitt(const char *file, const char *section, char *buffer);
+TARN_API int32_t TARN_CALL DateiLoeschen(const char *file);
+
+/* Copy flags: 1 report open/create errors, 2 replace existing targets, 4 ask first, 8 cancelled. */
+#define TARN_COPY_REPORT  1u
+#define TARN_COPY_REPLACE 2u
+#define TARN_COPY_ASK     4u
+#define TARN_COPY_CANCEL  8u
+TARN_API int32_t TARN_CALL koCopyFileEx(HWND parent, const char *pattern, uint32_t includeMask,
+                                        const char *folder, uint32_t attributeMask, uint32_t *flags);
+TARN_API int32_t TARN_CALL koCopySingleFile(HWND parent, const char *source, const char *target,
+                                            uint32_t attributeMask, uint32_t *flags);
+
+/* ---- Sorting through callbacks --------------------------------------------------------------- */
+
+typedef int32_t (TARN_CALL *koSortGetProc)(void *context, int32_t size, int32_t index, void *record);
+typedef int32_t (TARN_CALL *koSortSetProc)(void *context, int32_t size, int32_t index, const void *record);
+typedef int32_t (TARN_CALL *koSortCompareProc)(void *context, int32_t size, const void *a, const void *b);
+
+TARN_API int32_t TARN_CALL koBubbleSort(void *context, int32_t count, int32_t size, koSortGetProc get,
+                                        koSortSetProc set, koSortCompareProc compare);
+TARN_API int32_t TARN_CALL koBubbleSortMemoryArray(void *base, int32_t count, int32_t size, koSortCompareProc compare);
+TARN_API int32_t TARN_CALL koBubbleSortFileArray(HANDLE *file, int32_t count, int32_t size, koSortCompareProc compare);
+TARN_API int32_t TARN_CALL koShellSort(void *context, int32_t count, int32_t size, koSortGetProc get,
+                                       koSortSetProc set, koSortCompareProc compare);
+TARN_API int32_t TARN_CALL koShellSortMemoryArray(void *base, int32_t count, int32_t size, koSortCompareProc compare);
+TARN_API int32_t TARN_CALL koShellSortFileArray(HANDLE *file, int32_t count, int32_t size, koSortCompareProc compare);
+TARN_API int32_t TARN_CALL koQuickSort(void *context, int32_t count, int32_t size, koSortGetProc get,
+                                       koSortSetProc set, koSortCompareProc compare, int32_t threshold);
+TARN_API int32_t TARN_CALL koQuickSortMemoryArray(void *base, int32_t count, int32_t size,
+                                                  koSortCompareProc compare, int32_t threshold);
+TARN_API int32_t TARN_CALL koQuickSortFileArray(HANDLE *file, int32_t count, int32_t size,
+                                                koSortCompareProc compare, int32_t threshold);
+TARN_API int32_t TARN_CALL koDefShellCompare(void *context, int32_t size, const void *a, const void *b);
+TARN_API int32_t TARN_CALL koDefShellMemoryGet(void *context, int32_t size, int32_t index, void *record);
+TARN_API int32_t TARN_CALL koDefShellMemorySet(void *context, int32_t size, int32_t index, const void *record);
+TARN_API int32_t TARN_CALL koDefShellFileGet(void *context, int32_t size, int32_t index, void *record);
+TARN_API int32_t TARN_CALL koDefShellFileSet(void *context, int32_t size, int32_t index, const void *record);
+
+/* ---- Failure injection ------------------------------------------------------------------------
+ * For tests of failure paths: the Nth call (from 1) of the named system call, counted from now,
+ * fails with `error` (a Windows error number); nth 0 clears it. Names: "CreateFile", "ReadFile",
+ * "WriteFile", "SetFilePointer", "SetEndOfFile", "CloseHandle", "DeleteFile", "CopyFile". */
+TARN_API int32_t TARN_CALL tarnSetSysCallFault(const char *name, int32_t nth, int32_t error);
+
 /* ---- Profile and registry settings ---------------------------------------------------------
  * FILE is the last argument; where the values go is decided by the profile type:
  * 0 registry of the default user, 1 of the current user, 2 INI per computer and user, 3 shared INI. */

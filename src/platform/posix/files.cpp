@@ -1,5 +1,8 @@
 #include "platform/files.h"
 
+#include "platform/fault.h"
+#include "platform/last_error.h"
+
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -24,7 +27,12 @@ void make_folders(const std::string &dir) {
 
 }  // namespace
 
-bool delete_file(const char *path) { return unlink(posix_path(path).c_str()) == 0; }
+bool delete_file(const char *path) {
+    if (fault_now(kCallDeleteFile)) return false;
+    if (unlink(posix_path(path).c_str()) == 0) return true;
+    set_last_error(errno == ENOENT ? 2 : errno == EACCES || errno == EPERM || errno == EISDIR ? 5 : 31);
+    return false;
+}
 
 bool create_directory(const char *path) {
     return mkdir(posix_path(path).c_str(), 0777) == 0 || errno == EEXIST;

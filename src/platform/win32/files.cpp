@@ -1,4 +1,5 @@
 #include "platform/files.h"
+#include "platform/fault.h"
 
 #include <windows.h>
 
@@ -6,7 +7,9 @@
 
 namespace plat {
 
-bool delete_file(const char *path) { return DeleteFileA(path) != FALSE; }
+bool delete_file(const char *path) {
+    return !fault_now(kCallDeleteFile) && DeleteFileA(path) != FALSE;
+}
 
 bool create_directory(const char *path) {
     return CreateDirectoryA(path, nullptr) != FALSE || GetLastError() == ERROR_ALREADY_EXISTS;

@@ -1,0 +1,184 @@
+// Import records and their fields; INI sections added, deleted and loaded by hand.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "platform/file_env.h"
+#include "platform/test_env.h"
+#include "tarngdi32.h"
+
+namespace {
+
+void write_file(const std::string &path, const std::string &bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+std::string read_file(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// Every record of a file, read with `maxLength`; checks that the read that finds nothing
+// leaves the file pointer where it was.
+std::vector<std::string> read_records(const std::string &path, int32_t maxLength, bool ansi = false) {
+    std::vector<std::string> records;
+    HANDLE h = X_Open(path.c_str(), 0);
+    EXPECT_NE(h, TARN_INVALID_HANDLE) << path;
+    if (h == TARN_INVALID_HANDLE) return records;
+    for (;;) {
+        const int32_t before = X_Seek(h, 0, 1);
+        char *line = ansi ? koReadImportLineAnsi(&h, maxLength) : koReadImportLine(&h, maxLength);
+        if (!line) {
+            EXPECT_EQ(X_Seek(h, 0, 1), before);
+            break;
+        }
+        records.emplace_back(line);
+        koFreeImportLine(line);
+    }
+    X_Close(h);
+    return records;
+}
+
+std::vector<std::string> tokens(std::string record) {
+    std::vector<std::string> out;
+    char *cursor = nullptr;
+    for (char *t = koImportToken(&cursor, &record[0]); t; t = koImportToken(&cursor, nullptr))
+        out.emplace_back(t);
+    EXPECT_EQ(koImportToken(&cursor, nullptr), nullptr) << "the cursor stays on the end";
+    return out;
+}
+
+using Lines = std::vector<std::string>;
+
+class ImportFile : public ::testing::Test {
+protected:
+    std::string dir = test_env::temp_folder("import");
+    std::string file = test_env::join(dir, "import.txt");
+};
+
+TEST_F(ImportFile, RecordsEndOnlyAtLineEndsOutsideQuotes) {
+    const struct { const char *name; std::string bytes; int32_t max; Lines expect; } cases[] = {
+        {"plain", "a;b;\r\nc;\r\n", 100, {"a;b;", "c;"}},
+        {"quoted line break", "\"x\r\ny\";z;\r\nnext;\r\n", 100, {"\"x\r\ny\";z;", "next;"}},
+        {"quote inside a field opens nothing", "a\"b;c;\r\nd;\n", 100, {"a\"b;c;", "d;"}},
+        {"quote not before ; stays open", "\"a\"b\r\n\";c;\r\nd;\r\n", 100, {"\"a\"b\r\n\";c;", "d;"}},
+        {"last record without line end", "a;\r\nb;", 100, {"a;", "b;"}},
+        {"line end is the last byte read", "ab;\nc;\n", 4, {"ab;", "c;"}},
+        {"cut record goes on at the cut", "aaaa;bbbb;\r\nc;\r\n", 6, {"aaaa;b", "bbb;", "c;"}},
+        // The continuation starts outside quotes, so the quoted line break now ends a record.
+        {"cut inside quotes", "\"a;b\r\nc\";\r\nd;\r\n", 5, {"\"a;b\r", "", "c\";", "d;"}},
+        {"empty file", "", 100, {}},
+    };
+    for (const auto &c : cases) {
+        write_file(file, c.bytes);
+        EXPECT_EQ(read_records(file, c.max), c.expect) << c.name;
+    }
+}
+
+TEST_F(ImportFile, AnsiVariantConvertsToOem) {
+    const BOOL previous = koSetUseCodePages(0);  // the fixed tables, the same on every machine
+    write_file(file, "M\xFCller;\xC4;\r\n");
+    EXPECT_EQ(read_records(file, 100, true), Lines({"M\x81ller;\x8E;"}));
+    koSetUseCodePages(previous);
+}
+
+TEST_F(ImportFile, RecordSplitsIntoItsFields) {
+    write_file(file, "\"Meier; Sohn\";\"Zeile 1\r\nZeile 2\";42;\r\n");
+    const Lines records = read_records(file, 200);
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(tokens(records[0]), Lines({"Meier; Sohn", "Zeile 1\r\nZeile 2", "42"}));
+}
+
+TEST(ImportToken, QuoteRules) {
+    const struct { std::string record; Lines expect; } cases[] = {
+        {"\"a;b\";c;", {"a;b", "c"}},
+        {"\"x\"", {"x\""}},  // no ";" behind the closing quote: it stays in the field
+        {"a;;b;", {"a", "", "b"}},
+        {"a;b", {"a", "b"}},
+        {"\"\";x;", {"", "x"}},
+        {"a\"b\";c;", {"a\"b\"", "c"}},
+        {"\"a\"b\";c;", {"a\"b", "c"}},
+        {"", {}},
+    };
+    for (const auto &c : cases) EXPECT_EQ(tokens(c.record), c.expect) << c.record;
+}
+
+class IniFile : public ::testing::Test {
+protected:
+    std::string dir = test_env::temp_folder("sections");
+    std::string file = test_env::join(dir, "sections.ini");
+};
+
+TEST_F(IniFile, DeleteRewritesEveryHeaderUpperCased) {
+    const struct { const char *section; std::string before, after; } cases[] = {
+        {"fehlt", "[eins]\r\na=1\r\n[Zwei]\r\nb=2\r\n[nicht] Kopf\r\n",
+         "[EINS]\r\na=1\r\n[ZWEI]\r\nb=2\r\n[nicht] Kopf\r\n"},
+        {"b", "[a]\r\nx=1\r\n[B]\r\ny=2\r\n[c]\r\nz=3\r\n", "[A]\r\nx=1\r\n[C]\r\nz=3\r\n"},
+        {"b", "[a]\r\nx=1\r\n[b]\r\ny=2", "[A]\r\nx=1\r\n"},
+        {"a", "[a]\r\nx=1\r\n", ""},
+        {"x", "[a]\r\nx=1", "[A]\r\nx=1\r\n"},
+        // The header behind a dropped section is kept without being compared.
+        {"a", "[a]\r\n1\r\n[a]\r\n2\r\n[b]\r\n[a]\r\n3\r\n", "[A]\r\n2\r\n[B]\r\n"},
+    };
+    for (const auto &c : cases) {
+        write_file(file, c.before);
+        EXPECT_EQ(DelIniAbschnitt(file.c_str(), c.section), 1) << c.before;
+        EXPECT_EQ(read_file(file), c.after) << c.before;
+    }
+    EXPECT_EQ(DelIniAbschnitt(test_env::join(dir, "none.ini").c_str(), "a"), 0);
+}
+
+TEST_F(IniFile, AddThenLoadRoundTrip) {
+    ASSERT_EQ(AddIniAbschnitt(file.c_str(), "Farben", "Rot=1\r\nGruen=2\r\n"), 1);
+    EXPECT_EQ(read_file(file), "\r\n[FARBEN]\r\nRot=1\r\nGruen=2\r\n");
+    ASSERT_EQ(AddIniAbschnitt(file.c_str(), "Zwei", "k=v"), 1);
+    ASSERT_EQ(AddIniAbschnitt(file.c_str(), "farben", "Blau=3\r\n"), 1);
+
+    char buffer[256];
+    EXPECT_EQ(LoadIniAbschnitt(file.c_str(), "FARBEN", buffer), 1);
+    EXPECT_STREQ(buffer, "Blau=3\r\n");
+    EXPECT_EQ(LoadIniAbschnitt(file.c_str(), "zwei", buffer), 1);
+    EXPECT_STREQ(buffer, "k=v\r\n\r\n") << "the empty line before the next header belongs to it";
+
+    std::string untouched = "x";
+    EXPECT_EQ(LoadIniAbschnitt(file.c_str(), "fehlt", &untouched[0]), 0);
+    EXPECT_EQ(untouched, "x");
+    EXPECT_EQ(LoadIniAbschnitt(test_env::join(dir, "none.ini").c_str(), "a", buffer), 0);
+}
+
+TEST_F(IniFile, HeadersUpperCaseOnlyAsciiLetters) {
+    ASSERT_EQ(AddIniAbschnitt(file.c_str(), "gr\xFCn", "a=1\r\n"), 1);
+    EXPECT_EQ(read_file(file), "\r\n[GR\xFCN]\r\na=1\r\n");
+    char buffer[64];
+    EXPECT_EQ(LoadIniAbschnitt(file.c_str(), "Gr\xFCn", buffer), 1);
+    EXPECT_EQ(LoadIniAbschnitt(file.c_str(), "GR\xDCN", buffer), 0);
+}
+
+TEST_F(IniFile, FailedCopyBackKeepsBothFiles) {
+    const std::string temp = test_env::join(dir, "temp");
+    std::filesystem::create_directory(temp);
+    test_env::set_temp_folder(temp);
+    write_file(file, "[a]\r\nx=1\r\n[b]\r\ny=2\r\n");
+    tarnSetSysCallFault("CopyFile", 1, 5);
+    EXPECT_EQ(DelIniAbschnitt(file.c_str(), "a"), 0);
+    tarnSetSysCallFault("CopyFile", 0, 0);
+    test_env::set_temp_folder("");
+    EXPECT_EQ(read_file(file), "[a]\r\nx=1\r\n[b]\r\ny=2\r\n");
+
+    std::vector<std::string> left;
+    for (const auto &e : std::filesystem::directory_iterator(temp))
+        left.push_back(read_file(e.path().string()));
+    EXPECT_EQ(left, Lines({"[B]\r\ny=2\r\n"})) << "the rewritten text stays in the temporary file";
+}
+
+TEST_F(IniFile, DateiLoeschen) {
+    write_file(file, "x");
+    EXPECT_NE(DateiLoeschen(file.c_str()), 0);
+    EXPECT_EQ(DateiLoeschen(file.c_str()), 0);
+}
+
+}  // namespace

@@ -1,0 +1,273 @@
+// The X_ file functions: 16-bit counts and results, line reading and writing, large transfers,
+// temporary files and unique names, and what a failing system call does to them.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/file_env.h"
+#include "platform/test_env.h"
+#include "tarngdi32.h"
+
+namespace {
+
+std::string read_file(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+void write_file(const std::string &path, const std::string &bytes) {
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+std::string pattern_bytes(size_t n) {
+    std::string s(n, '\0');
+    for (size_t i = 0; i < n; ++i) s[i] = char((i * 7 + i / 251) & 0xFF);
+    return s;
+}
+
+class XFiles : public testing::Test {
+protected:
+    void SetUp() override { dir_ = test_env::temp_folder("xfiles"); }
+    void TearDown() override {
+        for (const char *call : {"CreateFile", "ReadFile", "WriteFile"}) tarnSetSysCallFault(call, 0, 0);
+        test_env::set_temp_folder("");
+    }
+    std::string path(const char *name) const { return test_env::join(dir_, name); }
+    // A file with these bytes, opened for reading and writing.
+    HANDLE open_with(const char *name, const std::string &bytes) {
+        write_file(path(name), bytes);
+        return X_Open(path(name).c_str(), 1);
+    }
+    std::string dir_;
+};
+
+int32_t pos(HANDLE h) { return X_Seek(h, 0, 1); }
+
+TEST_F(XFiles, SeekMovesByOriginAndRefusesOthersWithoutMoving) {
+    HANDLE h = open_with("seek", "0123456789");
+    ASSERT_NE(h, TARN_INVALID_HANDLE);
+    const struct { int32_t offset; uint16_t origin; int32_t result, after; } cases[] = {
+        {4, 0, 4, 4},   {3, 1, 7, 7},     {-2, 2, 8, 8},   {5, 3, -1, 8},
+        {0, 0xFFFF, -1, 8}, {-9, 1, -1, 8}, {20, 0, 20, 20}, {-1, 0, -1, 20},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(X_Seek(h, c.offset, c.origin), c.result) << c.offset << " from " << c.origin;
+        EXPECT_EQ(pos(h), c.after) << c.offset << " from " << c.origin;
+    }
+    EXPECT_EQ(X_Close(h), 1);
+}
+
+TEST_F(XFiles, ReadlnSplitsAtLineFeedsAndStopsAtCarriageReturns) {
+    struct Line { int32_t result; const char *text; int32_t after; };
+    const struct { const char *bytes; int32_t size; std::vector<Line> lines; } cases[] = {
+        // A CR ends the string, the line is still consumed up to its LF.
+        {"ab\rcd\nef", 64, {{1, "ab", 6}, {1, "ef", 8}, {0, "", 8}, {0, "", 8}}},
+        {"last", 64, {{1, "last", 4}, {0, "", 4}}},
+        {"x\n\r\ny", 64, {{1, "x", 2}, {1, "", 4}, {1, "y", 5}, {0, "", 5}}},
+        // A line longer than the buffer comes in pieces of size - 1 bytes.
+        {"abcdef\n", 4, {{1, "abc", 3}, {1, "def", 6}, {1, "", 7}, {0, "", 7}}},
+        {"abc\n", 1, {{0, "", 0}}},
+        {"", 64, {{0, "", 0}}},
+    };
+    for (const auto &c : cases) {
+        HANDLE h = open_with("lines", c.bytes);
+        ASSERT_NE(h, TARN_INVALID_HANDLE);
+        for (size_t i = 0; i < c.lines.size(); ++i) {
+            char buffer[64];
+            std::memset(buffer, 0, sizeof buffer);
+            EXPECT_EQ(X_Readln(h, buffer, c.size), c.lines[i].result) << c.bytes << " line " << i;
+            EXPECT_STREQ(buffer, c.lines[i].text) << c.bytes << " line " << i;
+            EXPECT_EQ(pos(h), c.lines[i].after) << c.bytes << " line " << i;
+        }
+        X_Close(h);
+    }
+}
+
+TEST_F(XFiles, ReadlnWithAFailingReadKeepsThePointer) {
+    HANDLE h = open_with("failing", "one\ntwo\n");
+    ASSERT_EQ(X_Seek(h, 4, 0), 4);
+    char buffer[16] = "";
+    ASSERT_EQ(tarnSetSysCallFault("ReadFile", 1, 5), 1);
+    EXPECT_EQ(X_Readln(h, buffer, sizeof buffer), 0);
+    EXPECT_EQ(pos(h), 4);
+    EXPECT_EQ(X_Readln(h, buffer, sizeof buffer), 1);
+    EXPECT_STREQ(buffer, "two");
+    X_Close(h);
+}
+
+TEST_F(XFiles, WritelnAppendsCrLfAndJudgesOnlyTheSixteenBitCount) {
+    const struct { const char *text; int32_t failingWrite; int32_t result; const char *bytes; } cases[] = {
+        {"abc", 0, 1, "abc\r\n"},
+        {"", 0, 1, "\r\n"},
+        {nullptr, 0, 1, "\r\n"},
+        // A failed write answers -1, which is not 0: the failure goes unnoticed.
+        {"abc", 1, 1, "\r\n"},
+        {"abc", 2, 1, "abc"},
+    };
+    for (const auto &c : cases) {
+        HANDLE h = X_Creat(path("writeln").c_str());
+        ASSERT_NE(h, TARN_INVALID_HANDLE);
+        if (c.failingWrite) tarnSetSysCallFault("WriteFile", c.failingWrite, 112);
+        const std::string what = std::string(c.text ? c.text : "(null)") + " " + std::to_string(c.failingWrite);
+        EXPECT_EQ(X_Writeln(h, c.text), c.result) << what;
+        tarnSetSysCallFault("WriteFile", 0, 0);
+        X_Close(h);
+        EXPECT_EQ(read_file(path("writeln")), c.bytes) << what;
+    }
+}
+
+TEST_F(XFiles, ReadAndWriteAnswerWithSixteenBitCounts) {
+    const std::string data = pattern_bytes(65535);
+    const struct { uint16_t count; int16_t result; } cases[] = {
+        {0, 0}, {32767, 32767}, {32768, -32768}, {40000, -25536}, {65535, -1},
+    };
+    for (const auto &c : cases) {
+        HANDLE h = X_Creat(path("counts").c_str());
+        ASSERT_NE(h, TARN_INVALID_HANDLE);
+        EXPECT_EQ(X_Write(h, data.data(), c.count), c.result) << c.count;
+        EXPECT_EQ(X_Seek(h, 0, 2), int32_t(c.count)) << "all bytes are written: " << c.count;
+        ASSERT_EQ(X_Seek(h, 0, 0), 0);
+        std::string back(65535, '\0');
+        EXPECT_EQ(X_Read(h, &back[0], 65535), c.result) << c.count;
+        EXPECT_EQ(back.compare(0, c.count, data, 0, c.count), 0) << c.count;
+        X_Close(h);
+    }
+}
+
+TEST_F(XFiles, LargeTransfersGoBeyondSixteenBits) {
+    const std::string data = pattern_bytes(100000);
+    HANDLE h = X_Creat(path("large").c_str());
+    ASSERT_NE(h, TARN_INVALID_HANDLE);
+    EXPECT_EQ(X_lWrite(h, data.data(), int32_t(data.size())), 100000);
+    EXPECT_EQ(X_lWrite(h, data.data(), 0), 0);
+    EXPECT_EQ(X_lWrite(h, data.data(), -5), 0);
+    const struct { int32_t from, count, result; } reads[] = {
+        {0, 100000, 100000}, {0, 150000, 100000}, {99000, 8192, 1000},
+        {100000, 10, 0}, {5, 0, 0}, {5, -1, 0}, {1, 16384, 16384},
+    };
+    for (const auto &r : reads) {
+        ASSERT_EQ(X_Seek(h, r.from, 0), r.from);
+        std::string back(size_t(r.count > 0 ? r.count : 1), '\0');
+        EXPECT_EQ(X_lRead(h, &back[0], r.count), r.result) << r.from << "+" << r.count;
+        if (r.result > 0) {
+            EXPECT_EQ(back.compare(0, size_t(r.result), data, size_t(r.from), size_t(r.result)), 0)
+                << r.from << "+" << r.count;
+        }
+    }
+    X_Close(h);
+    EXPECT_EQ(read_file(path("large")), data);
+}
+
+TEST_F(XFiles, AFailingWriteMakesWriteAndLargeWriteFail) {
+    const std::string data = pattern_bytes(20000);
+    HANDLE h = X_Creat(path("full").c_str());
+    ASSERT_NE(h, TARN_INVALID_HANDLE);
+    ASSERT_EQ(tarnSetSysCallFault("WriteFile", 1, 112), 1);
+    EXPECT_EQ(X_Write(h, data.data(), 10), -1);
+    EXPECT_EQ(X_Write(h, data.data(), 10), 10) << "only the armed call fails";
+    // Also when the failing call is a later chunk: what went before does not count.
+    for (int32_t nth : {1, 2, 3}) {
+        ASSERT_EQ(tarnSetSysCallFault("WriteFile", nth, 112), 1);
+        EXPECT_EQ(X_lWrite(h, data.data(), int32_t(data.size())), -1) << "chunk " << nth;
+        tarnSetSysCallFault("WriteFile", 0, 0);
+    }
+    X_Close(h);
+}
+
+TEST_F(XFiles, OpenAndCreatHonourAccessAndExistence) {
+    write_file(path("here"), "hello");
+    const struct { std::string name; int32_t write; bool opens, writes; } cases[] = {
+        {path("here"), 0, true, false},
+        {path("here"), 1, true, true},
+        {path("missing"), 0, false, false},
+        {path("missing"), 1, false, false},
+        {dir_, 0, false, false},
+    };
+    for (const auto &c : cases) {
+        HANDLE h = X_Open(c.name.c_str(), c.write);
+        EXPECT_EQ(h != TARN_INVALID_HANDLE, c.opens) << c.name << " " << c.write;
+        if (h == TARN_INVALID_HANDLE) continue;
+        EXPECT_EQ(X_Write(h, "J", 1), c.writes ? 1 : -1) << c.name << " " << c.write;
+        X_Close(h);
+    }
+    EXPECT_EQ(read_file(path("here")), "Jello");
+    HANDLE h = X_Creat(path("here").c_str());
+    ASSERT_NE(h, TARN_INVALID_HANDLE);
+    EXPECT_EQ(X_Seek(h, 0, 2), 0) << "an existing file is truncated";
+    X_Close(h);
+}
+
+TEST_F(XFiles, OldStyleLinesRoundTrip) {
+    write_file(path("old"), "");
+    const int32_t f = test_env::old_open(path("old"));
+    if (f == -1) GTEST_SKIP() << "the system gives no old-style handle here";
+    EXPECT_EQ(lwriteln(f, "alpha"), 1);
+    EXPECT_EQ(lwriteln(f, ""), 1);
+    EXPECT_EQ(lwriteln(f, "be\rta"), 1);
+    EXPECT_EQ(lwriteln(f, "end"), 1);
+    test_env::old_close(f);
+    EXPECT_EQ(read_file(path("old")), "alpha\r\n\r\nbe\rta\r\nend\r\n");
+
+    write_file(path("old"), "alpha\r\n\r\nbe\rta\r\nend");
+    const int32_t g = test_env::old_open(path("old"));
+    ASSERT_NE(g, -1);
+    const struct { int32_t result; const char *text; } lines[] = {
+        {1, "alpha"}, {1, ""}, {1, "be"}, {1, "end"}, {0, ""},
+    };
+    for (const auto &l : lines) {
+        char buffer[32];
+        std::memset(buffer, 0, sizeof buffer);
+        EXPECT_EQ(lreadln(g, buffer, sizeof buffer), l.result) << l.text;
+        EXPECT_STREQ(buffer, l.text);
+    }
+    test_env::old_close(g);
+}
+
+TEST_F(XFiles, TemporaryFilesAreDistinctAndGoneAfterClose) {
+    test_env::set_temp_folder(dir_);
+    HANDLE a = X_CreatTmp();
+    HANDLE b = X_CreatTmp();
+    ASSERT_NE(a, TARN_INVALID_HANDLE);
+    ASSERT_NE(b, TARN_INVALID_HANDLE) << "a second file within the same second gets its own name";
+    EXPECT_EQ(X_Writeln(a, "first"), 1);
+    EXPECT_EQ(X_Writeln(b, "second"), 1);
+    for (auto [h, text] : {std::pair<HANDLE, const char *>{a, "first"}, {b, "second"}}) {
+        char buffer[16] = "";
+        ASSERT_EQ(X_Seek(h, 0, 0), 0);
+        EXPECT_EQ(X_Readln(h, buffer, sizeof buffer), 1);
+        EXPECT_STREQ(buffer, text);
+    }
+    EXPECT_EQ(X_Close(a), 1);
+    EXPECT_EQ(X_Close(b), 1);
+    EXPECT_TRUE(std::filesystem::is_empty(std::filesystem::path(dir_)));
+
+    test_env::set_temp_folder(test_env::join(dir_, "no such folder"));
+    EXPECT_EQ(X_CreatTmp(), TARN_INVALID_HANDLE);
+    test_env::set_temp_folder("");
+    tarnSetSysCallFault("CreateFile", 1, 5);
+    EXPECT_EQ(X_CreatTmp(), TARN_INVALID_HANDLE);
+}
+
+TEST(UniqName, IsTheTimeInEightHexDigitsLowHalfFirst) {
+    const uint32_t before = uint32_t(uint64_t(std::time(nullptr)));
+    const char *name = UniqName();
+    const uint32_t after = uint32_t(uint64_t(std::time(nullptr)));
+    ASSERT_EQ(std::strlen(name), 8u);
+    EXPECT_EQ(std::strspn(name, "0123456789ABCDEF"), 8u) << name;
+    const uint32_t low = uint32_t(std::stoul(std::string(name, 4), nullptr, 16));
+    const uint32_t high = uint32_t(std::stoul(std::string(name + 4, 4), nullptr, 16));
+    const uint32_t t = low | high << 16;
+    EXPECT_TRUE(t >= before && t <= after) << name;
+    EXPECT_EQ(UniqName(), name) << "one static buffer";
+}
+
+}  // namespace
