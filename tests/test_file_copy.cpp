@@ -246,6 +246,44 @@ TEST_F(FileCopyEx, CopiesMatchingFilesIntoTheFolderWhateverItEndsWith) {
                            &flags), 1) << "nothing matched";
 }
 
+// A full path longer than the 512 places it is taken into leaves nothing to enumerate.
+TEST_F(FileCopyEx, PatternWhoseFullPathDoesNotFitMatchesNothing) {
+    std::string pattern = from;
+    while (pattern.size() < 700) pattern = test_env::join(pattern, "abcdefghij");
+    pattern = test_env::join(pattern, "*.txt");
+    uint32_t flags = TARN_COPY_REPORT;
+    EXPECT_EQ(koCopyFileEx(nullptr, pattern.c_str(), 0, to.c_str(), 0xFFFFFFFF, &flags), 1);
+    EXPECT_EQ(flags, TARN_COPY_REPORT);
+    EXPECT_TRUE(user.shown.empty());
+    EXPECT_TRUE(copied().empty());
+}
+
+// An empty folder is followed by the separator like any other, so the target names the root
+// (of the current drive), not the current folder. Where the root takes the file it is removed
+// again; where it does not, the report names the target.
+TEST_F(FileCopyEx, EmptyFolderTargetsTheRoot) {
+    const std::string name = "tarn-copy-" + fs::path(dir).filename().string() + ".txt";
+    write_file(test_env::join(from, name), "root");
+    const std::string atRoot = test_env::join("", name);
+    const fs::path here = fs::current_path();
+    fs::current_path(to);
+    user = User{{kOk}, {}};
+    uint32_t flags = TARN_COPY_REPORT;
+    EXPECT_EQ(koCopyFileEx(nullptr, test_env::join(from, name).c_str(), 0, "", 0xFFFFFFFF, &flags), 1);
+    const bool created = fs::exists(atRoot);
+    const std::string bytes = created ? read_file(atRoot) : std::string();
+    if (created) fs::remove(atRoot);
+    fs::current_path(here);
+
+    EXPECT_TRUE(copied().empty()) << "nothing lands in the current folder";
+    if (created) {
+        EXPECT_EQ(bytes, "root");
+        EXPECT_TRUE(user.shown.empty());
+    } else {
+        EXPECT_EQ(user.shown, std::vector<Box>({{atRoot, "Datei nicht erstellbar.", kOkCancel}}));
+    }
+}
+
 TEST_F(FileCopyEx, CancelStopsTheRestAndSticks) {
     for (const char *name : {"a.txt", "b.txt"}) write_file(test_env::join(to, name), "alt");
     user = User{{kCancel}, {}};

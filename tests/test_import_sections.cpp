@@ -79,6 +79,29 @@ TEST_F(ImportFile, RecordsEndOnlyAtLineEndsOutsideQuotes) {
     }
 }
 
+// One read of the maximum as a 16-bit count, the result as a signed 16-bit number: more than
+// 32767 bytes read, or a count that wraps to 0, read as nothing, and the pointer stays.
+TEST_F(ImportFile, MaximumAndResultFollowTheSixteenBitRules) {
+    write_file(file, std::string(40000, 'a') + ";\r\n");
+    const struct { int32_t max; bool found; size_t length; } cases[] = {
+        {32767, true, 32767}, {40000, false, 0}, {65535, false, 0}, {65536, false, 0},
+        {65536 + 10, true, 10},
+    };
+    for (const auto &c : cases) {
+        HANDLE h = X_Open(file.c_str(), 0);
+        ASSERT_NE(h, TARN_INVALID_HANDLE);
+        ASSERT_EQ(X_Seek(h, 0, 0), 0);
+        char *line = koReadImportLine(&h, c.max);
+        EXPECT_EQ(line != nullptr, c.found) << c.max;
+        EXPECT_EQ(X_Seek(h, 0, 1), int32_t(c.length)) << c.max;
+        if (line) {
+            EXPECT_EQ(std::string(line), std::string(c.length, 'a')) << c.max;
+            koFreeImportLine(line);
+        }
+        X_Close(h);
+    }
+}
+
 TEST_F(ImportFile, AnsiVariantConvertsToOem) {
     const BOOL previous = koSetUseCodePages(0);  // the fixed tables, the same on every machine
     write_file(file, "M\xFCller;\xC4;\r\n");
@@ -148,6 +171,26 @@ TEST_F(IniFile, AddThenLoadRoundTrip) {
     EXPECT_EQ(LoadIniAbschnitt(file.c_str(), "fehlt", &untouched[0]), 0);
     EXPECT_EQ(untouched, "x");
     EXPECT_EQ(LoadIniAbschnitt(test_env::join(dir, "none.ini").c_str(), "a", buffer), 0);
+}
+
+// The section text's write is judged on its signed 16-bit result against the 16-bit length: -1
+// is a failure, also where it is the full count of 65535 bytes. A file that does not exist yet
+// makes the header line's two writes the first and the text's write the third.
+TEST_F(IniFile, AddJudgesTheTextWriteOnItsSixteenBitResult) {
+    const struct { size_t length; int32_t failingWrite; int32_t result; } cases[] = {
+        {3, 0, 1}, {3, 3, 0}, {40000, 0, 1}, {40000, 3, 0}, {65535, 3, 0}, {65535, 0, 0},
+    };
+    for (const auto &c : cases) {
+        std::filesystem::remove(file);
+        const std::string text(c.length, 'x');
+        if (c.failingWrite) tarnSetSysCallFault("WriteFile", c.failingWrite, 112);
+        EXPECT_EQ(AddIniAbschnitt(file.c_str(), "s", text.c_str()), c.result)
+            << c.length << " failing " << c.failingWrite;
+        tarnSetSysCallFault("WriteFile", 0, 0);
+        const std::string written = read_file(file);
+        EXPECT_EQ(written.substr(0, 5), "\r\n[S]") << c.length;
+        EXPECT_EQ(written.size(), 7 + (c.failingWrite ? 0 : c.length)) << c.length;
+    }
 }
 
 TEST_F(IniFile, HeadersUpperCaseOnlyAsciiLetters) {

@@ -89,6 +89,20 @@ int32_t TARN_CALL counting_memory_set(void *base, int32_t size, int32_t index, c
     return koDefShellMemorySet(base, size, index, record);
 }
 
+// Callbacks that ignore the context and reach a fixed array of int32 keys.
+std::vector<int32_t> loose_keys;
+int loose_calls = 0;
+int32_t TARN_CALL loose_get(void *, int32_t, int32_t index, void *record) {
+    ++loose_calls;
+    std::memcpy(record, &loose_keys.at(size_t(index)), 4);
+    return 0;
+}
+int32_t TARN_CALL loose_set(void *, int32_t, int32_t index, const void *record) {
+    ++loose_calls;
+    std::memcpy(&loose_keys.at(size_t(index)), record, 4);
+    return 0;
+}
+
 }  // namespace
 
 TEST(Sorting, BubbleSortOverOrderedRecordsMakesOnePassAndNoStore) {
@@ -241,4 +255,57 @@ TEST(Sorting, FileArraysTakeTheirCountFromTheFile) {
         EXPECT_EQ(koQuickSortFileArray(&h, 2, size, nullptr, 0), size);
     }
     X_Close(h);
+}
+
+// A memory default over no memory reaches nothing: the sort returns at once. Callbacks of the
+// caller's own are called with a null context all the same.
+TEST(Sorting, NullContextWithAMemoryDefaultSortsNothing) {
+    const struct {
+        const char *name;
+        koSortGetProc get;
+        koSortSetProc set;
+        int32_t count;
+        bool sorted;
+    } cases[] = {
+        {"both defaults", nullptr, nullptr, 40, false},
+        {"default get", nullptr, loose_set, 5, false},
+        {"default set", loose_get, nullptr, 5, false},
+        {"named defaults", koDefShellMemoryGet, koDefShellMemorySet, 2, false},
+        {"own callbacks", loose_get, loose_set, 5, true},
+        {"one record", nullptr, nullptr, 1, false},
+    };
+    for (const auto &c : cases) {
+        for (Sorter s : {kBubble, kShell, kQuick}) {
+            loose_keys = {5, 1, 4, 2, 3};
+            loose_calls = 0;
+            int32_t result = -1;
+            if (s == kBubble) result = koBubbleSort(nullptr, c.count, 4, c.get, c.set, key_compare);
+            if (s == kShell) result = koShellSort(nullptr, c.count, 4, c.get, c.set, key_compare);
+            if (s == kQuick) result = koQuickSort(nullptr, c.count, 4, c.get, c.set, key_compare, 0);
+            EXPECT_EQ(result, 0) << c.name << " sorter " << s;
+            EXPECT_EQ(loose_calls > 0, c.sorted) << c.name << " sorter " << s;
+            if (c.sorted) expect_order(s, std::vector<int32_t>{5, 1, 4, 2, 3}, loose_keys);
+        }
+    }
+    for (const int32_t n : {0, 1, 2, 40}) {
+        EXPECT_EQ(koBubbleSortMemoryArray(nullptr, n, 4, nullptr), 0) << n;
+        EXPECT_EQ(koShellSortMemoryArray(nullptr, n, 4, nullptr), 0) << n;
+        EXPECT_EQ(koQuickSortMemoryArray(nullptr, n, 4, nullptr, 0), 0) << n;
+    }
+}
+
+// Without a handle the file arrays sort nothing; a record size below 1 is still the result.
+TEST(Sorting, FileArraysWithoutAHandleSortNothing) {
+    const struct { int32_t count, size, result; } cases[] = {
+        {3, 8, 0}, {-1, 8, 0}, {0, 8, 0}, {3, 0, 0}, {3, -4, -4},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(koBubbleSortFileArray(nullptr, c.count, c.size, nullptr), c.result) << c.count << " " << c.size;
+        EXPECT_EQ(koShellSortFileArray(nullptr, c.count, c.size, nullptr), c.result) << c.count << " " << c.size;
+        EXPECT_EQ(koQuickSortFileArray(nullptr, c.count, c.size, nullptr, 0), c.result) << c.count << " " << c.size;
+    }
+    char record[9] = "untouchd";
+    EXPECT_EQ(koDefShellFileGet(nullptr, 8, 0, record), -1);
+    EXPECT_STREQ(record, "untouchd");
+    EXPECT_EQ(koDefShellFileSet(nullptr, 8, 0, record), -1);
 }

@@ -3,11 +3,15 @@
 
 #include <algorithm>
 #include <cstring>
+#include <ctime>
+#include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "files/line_sources.h"
+#include "files/xfiles.h"
+#include "platform/file_env.h"
 #include "platform/test_env.h"
 #include "tarngdi32.h"
 
@@ -103,6 +107,17 @@ TEST(CachedFile, QueryInterfaceKnowsItsOwnAndIUnknown) {
         }
         EXPECT_EQ(live_blocks(), before);
     }
+}
+
+// With no place for the answer nothing is handed out and no reference is added.
+TEST(CachedFile, QueryInterfaceWithoutOutPointerFindsNoInterface) {
+    const uint32_t before = live_blocks();
+    IXFileCached *f = CreateIXFileCached();
+    ASSERT_NE(f, nullptr);
+    for (const GUID *iid : {GetIID_IXFileCached(), static_cast<const GUID *>(nullptr)})
+        EXPECT_EQ(f->lpVtbl->QueryInterface(f, iid, nullptr), int32_t(0x80004002u));
+    f->lpVtbl->Release(f);
+    EXPECT_EQ(live_blocks(), before) << "the one reference was the last";
 }
 
 TEST(CachedFile, AddRefAndReleaseAnswerFixedValues) {
@@ -386,6 +401,48 @@ TEST(CachedFile, FailedBlockReadMakesTheByteFailAndCanBeRetried) {
     }
 }
 
+// Both in the middle of a block the cursor stands in and where a lookup is due.
+TEST(CachedFile, NullBytePointerGetsAndPutsNothing) {
+    const std::string path = test_env::join(test_env::temp_folder("xfc_nullbyte"), "n.dat");
+    Cached f;
+    ASSERT_EQ(f->Create(f.o, path.c_str()), 1);
+    ASSERT_EQ(f.write("abcdef"), 1);
+    unsigned char b = 0;
+    const struct { int32_t at; bool cursorPlaced; } cases[] = {{2, true}, {3, false}, {6, true}, {6, false}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(std::to_string(c.at) + (c.cursorPlaced ? " after a byte" : " after a seek"));
+        ASSERT_EQ(f.seek(c.at - (c.cursorPlaced ? 1 : 0)), 1);
+        if (c.cursorPlaced) {
+            if (c.at < 6) {
+                ASSERT_EQ(f.get(&b), 1);
+            } else {
+                ASSERT_EQ(f.put('f'), 1);
+            }
+        }
+        EXPECT_EQ(f->GetByte(f.o, nullptr), 0);
+        EXPECT_EQ(f->PutByte(f.o, nullptr), 0);
+        EXPECT_EQ(f.pos(), uint32_t(c.at));
+        EXPECT_EQ(f.size(), 6u);
+    }
+    EXPECT_EQ(f.read_all(), "abcdef");
+}
+
+// The line end is written even when the text's write fails, and is the result: the text stops
+// where a block could not be written back, the retry of that write-back for the line end works.
+TEST(CachedFile, WriteLineWritesTheLineEndWhateverTheTextDid) {
+    const std::string path = test_env::join(test_env::temp_folder("xfc_writeline"), "w.dat");
+    const std::string data = pattern(3 * kBlock);
+    Cached f;
+    ASSERT_EQ(f->Create(f.o, path.c_str()), 1);
+    ASSERT_EQ(f.write(data), 1);
+    {
+        Fault fault("WriteFile", 1);  // the upper block's write-back for the text's first byte
+        EXPECT_EQ(f->WriteLine(f.o, "abc"), 1);
+    }
+    ASSERT_EQ(f->Close(f.o), 1);
+    EXPECT_TRUE(on_disk(path) == data + "\r\n");
+}
+
 TEST(CachedFile, TruncateEndsTheFileAtThePosition) {
     const std::string path = test_env::join(test_env::temp_folder("xfc_truncate"), "t.dat");
     const std::string data = pattern(5 * kBlock);
@@ -414,6 +471,48 @@ TEST(CachedFile, TemporaryFileWorksLikeACreatedOne) {
     ASSERT_EQ(f.write(data), 1);
     EXPECT_TRUE(f.read_all() == data);
     EXPECT_EQ(f->Close(f.o), 1);
+}
+
+std::vector<std::string> names_in(const std::string &dir) {
+    std::vector<std::string> names;
+    for (const auto &e : std::filesystem::directory_iterator(dir))
+        names.push_back(e.path().filename().string());
+    return names;
+}
+
+// The temporary file keeps its name while open and is gone after Close. Two made within one
+// second get the same name, and the second creation truncates the first one's file: what the
+// first had written to disk is gone, so reading it back finds the file ending before it and the
+// block keeps what it held (the bytes of the block before).
+TEST(CachedFile, TwoTemporaryFilesOfOneSecondShareTheirFile) {
+    const std::string dir = test_env::temp_folder("xfc_temp_twice");
+    test_env::set_temp_folder(dir);
+    const std::string data = pattern(4 * kBlock + 5);
+    bool checked = false;
+    for (int attempt = 0; attempt < 10 && !checked; ++attempt) {
+        const time_t before = std::time(nullptr);
+        Cached first, second;
+        ASSERT_EQ(first->CreateTemp(first.o), 1);
+        // The upper block moves on twice: the third and the fourth block reach the disk.
+        ASSERT_EQ(first.write(data), 1);
+        ASSERT_EQ(second->CreateTemp(second.o), 1);
+        if (std::time(nullptr) != before) continue;  // a new second began: both go, try again
+        checked = true;
+
+        EXPECT_EQ(names_in(dir),
+                  std::vector<std::string>{tarn::xfiles::cached_temp_name_in("", uint64_t(before), 0)});
+        std::string back(size_t(kBlock), '\0');
+        ASSERT_EQ(first.seek(2 * kBlock), 1);
+        EXPECT_EQ(first->Read(first.o, &back[0], kBlock), kBlock);
+        EXPECT_TRUE(back == data.substr(kBlock, kBlock)) << "the third block was not read back";
+        EXPECT_EQ(second.size(), 0u);
+        EXPECT_EQ(first->Close(first.o), 1);
+        EXPECT_EQ(second->Close(second.o), 1);
+        EXPECT_TRUE(names_in(dir).empty());
+    }
+    test_env::set_temp_folder("");
+    EXPECT_TRUE(checked) << "no two creations fell into one second";
+    EXPECT_TRUE(names_in(dir).empty());
 }
 
 TEST(CachedFile, ReadLineDropsCrAndOnlyCrCountsAgainstTheSize) {
@@ -453,12 +552,14 @@ TEST(CachedFile, ReadLineWithNoRoomTakesNothing) {
     ASSERT_EQ(f->WriteLine(f.o, nullptr), 1);
     ASSERT_EQ(f.seek(0), 1);
     char buf[8] = "zzzzzzz";
-    EXPECT_EQ(f->ReadLine(f.o, buf, 1), 0);
-    EXPECT_EQ(buf[0], '\0');
-    EXPECT_EQ(buf[1], 'z');
-    buf[0] = 'z';
-    EXPECT_EQ(f->ReadLine(f.o, buf, 0), 0);
-    EXPECT_EQ(buf[0], 'z') << "no place, nothing stored";
+    // Below 2 the zero byte is stored whatever the size: only that byte.
+    for (const int32_t size : {1, 0, -5}) {
+        buf[0] = 'z';
+        EXPECT_EQ(f->ReadLine(f.o, buf, size), 0) << size;
+        EXPECT_EQ(buf[0], '\0') << size;
+        EXPECT_EQ(buf[1], 'z') << size;
+        EXPECT_EQ(f->ReadLine(f.o, nullptr, size), 0) << size;
+    }
     EXPECT_EQ(f.pos(), 0u);
     ASSERT_EQ(f->ReadLine(f.o, buf, 8), 1);
     EXPECT_STREQ(buf, "abc");
@@ -492,11 +593,14 @@ TEST(LineSources, MemoryTextSkipsEmptyLinesAndCutsLongOnes) {
 TEST(LineSources, MemoryTextWithNoRoomGivesEmptyLinesWithoutMoving) {
     tarn::wmfXFILE_mem source("ab");
     char buf[8] = "zzzzzzz";
-    EXPECT_EQ(source.read_line(buf, 1), 1);
-    EXPECT_EQ(buf[0], '\0');
-    buf[0] = 'z';
-    EXPECT_EQ(source.read_line(buf, 0), 1);
-    EXPECT_EQ(buf[0], 'z');
+    // Below 2 an empty text is stored whatever the size: only its zero byte.
+    for (const int32_t size : {1, 0, -5}) {
+        buf[0] = 'z';
+        EXPECT_EQ(source.read_line(buf, size), 1) << size;
+        EXPECT_EQ(buf[0], '\0') << size;
+        EXPECT_EQ(buf[1], 'z') << size;
+        EXPECT_EQ(source.read_line(nullptr, size), 1) << size;
+    }
     ASSERT_EQ(source.read_line(buf, 8), 1);
     EXPECT_STREQ(buf, "ab");
     EXPECT_EQ(source.read_line(buf, 8), 0);

@@ -2,6 +2,7 @@
 // temporary files and unique names, and what a failing system call does to them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
@@ -11,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "files/xfiles.h"
 #include "platform/file_env.h"
 #include "platform/test_env.h"
 #include "tarngdi32.h"
@@ -232,12 +234,40 @@ TEST_F(XFiles, OldStyleLinesRoundTrip) {
     test_env::old_close(g);
 }
 
+std::vector<std::string> names_in(const std::string &dir) {
+    std::vector<std::string> names;
+    for (const auto &e : std::filesystem::directory_iterator(dir))
+        names.push_back(e.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+// The counter of "%08X$(%d).$tmp$" as a name shows it, or -1.
+int32_t counter_of(const std::string &name) {
+    const size_t open = name.find("$("), close = name.find(").$tmp$");
+    if (open == std::string::npos || close == std::string::npos || close <= open + 2) return -1;
+    return int32_t(std::stol(name.substr(open + 2, close - open - 2)));
+}
+
 TEST_F(XFiles, TemporaryFilesAreDistinctAndGoneAfterClose) {
     test_env::set_temp_folder(dir_);
+    const time_t before = std::time(nullptr);
     HANDLE a = X_CreatTmp();
     HANDLE b = X_CreatTmp();
+    const time_t after = std::time(nullptr);
     ASSERT_NE(a, TARN_INVALID_HANDLE);
     ASSERT_NE(b, TARN_INVALID_HANDLE) << "a second file within the same second gets its own name";
+    // The files keep their names while open: the time and the counter counted on by one.
+    const std::vector<std::string> names = names_in(dir_);
+    ASSERT_EQ(names.size(), 2u);
+    const int32_t n = std::min(counter_of(names[0]), counter_of(names[1]));
+    EXPECT_GT(n, 0) << names[0] << " " << names[1];
+    if (before == after) {
+        std::vector<std::string> expect = {tarn::xfiles::temp_name_in("", uint64_t(before), n),
+                                           tarn::xfiles::temp_name_in("", uint64_t(before), n + 1)};
+        std::sort(expect.begin(), expect.end());
+        EXPECT_EQ(names, expect);
+    }
     EXPECT_EQ(X_Writeln(a, "first"), 1);
     EXPECT_EQ(X_Writeln(b, "second"), 1);
     for (auto [h, text] : {std::pair<HANDLE, const char *>{a, "first"}, {b, "second"}}) {
@@ -255,6 +285,26 @@ TEST_F(XFiles, TemporaryFilesAreDistinctAndGoneAfterClose) {
     test_env::set_temp_folder("");
     tarnSetSysCallFault("CreateFile", 1, 5);
     EXPECT_EQ(X_CreatTmp(), TARN_INVALID_HANDLE);
+}
+
+TEST(TemporaryNames, FollowTheirPatterns) {
+    const struct {
+        const char *folder;
+        uint64_t time;
+        int32_t counter;
+        const char *plain, *cached;
+    } cases[] = {
+        {"T/", 0x0000000165A1B2C3ull, 7, "T/65A1B2C3$(7).$tmp$", "T/~65A1B2C3$~00000001~.$C$"},
+        {"C:\\Temp\\", 0x5F00000Aull, 1, "C:\\Temp\\5F00000A$(1).$tmp$", "C:\\Temp\\~5F00000A$~00000000~.$C$"},
+        {"", 0xFFFFFFFF00000000ull, -1, "00000000$(-1).$tmp$", "~00000000$~FFFFFFFF~.$C$"},
+        {"", 0xABCull, 2147483647, "00000ABC$(2147483647).$tmp$", "~00000ABC$~00000000~.$C$"},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(tarn::xfiles::temp_name_in(c.folder, c.time, c.counter), c.plain);
+        EXPECT_EQ(tarn::xfiles::cached_temp_name_in(c.folder, c.time, c.counter), c.cached);
+        // The cached file's counter is not part of its name.
+        EXPECT_EQ(tarn::xfiles::cached_temp_name_in(c.folder, c.time, c.counter ^ 1), c.cached);
+    }
 }
 
 TEST(UniqName, IsTheTimeInEightHexDigitsLowHalfFirst) {

@@ -70,9 +70,14 @@ Existing settle_existing_target(HWND parent, const char *target, uint32_t *flags
     return Existing::kCopy;
 }
 
-bool ends_folder(const std::string &folder) {
-    const char last = folder.back();
-    return last == '\\' || last == ':' || last == plat::path_separator();
+// The target folder as the start of a target name: the folder plus the separator unless it ends
+// with a backslash or ":" (or this system's own separator). An empty folder gets the separator too, so
+// its targets name the root.
+std::string target_prefix(std::string folder) {
+    const char last = folder.empty() ? '\0' : folder.back();
+    if (last != '\\' && last != ':' && last != plat::path_separator())
+        folder += plat::path_separator();
+    return folder;
 }
 
 }  // namespace
@@ -146,11 +151,12 @@ TARN_EXPORT int32_t TARN_CALL koCopyFileEx(HWND parent, const char *pattern, uin
 
     char full[512];
     char *filePart = nullptr;
-    if (plat::full_path(pattern, full, sizeof full, &filePart) == 0) return 1;
+    // A full path that does not fit answers with the length it needs and leaves the buffer as it
+    // was: nothing to enumerate, as when nothing matched.
+    const int n = plat::full_path(pattern, full, int(sizeof full), &filePart);
+    if (n <= 0 || n >= int(sizeof full)) return 1;
     const std::string sourceFolder(full, filePart ? size_t(filePart - full) : std::strlen(full));
-    std::string targetFolder = folder ? folder : "";
-    // An empty folder names the current one rather than the root.
-    if (!targetFolder.empty() && !ends_folder(targetFolder)) targetFolder += plat::path_separator();
+    const std::string targetFolder = target_prefix(folder ? folder : "");
 
     for (const plat::FoundFile &match : plat::find_files(full)) {
         const uint32_t a = match.attributes;

@@ -8,9 +8,6 @@ namespace {
 constexpr char kQuote = '"';
 constexpr char kSeparator = ';';
 
-// X_Read answers with a signed 16-bit count, so one read never asks for more than that holds.
-constexpr int32_t kLargestRead = 0x7FFF;
-
 }  // namespace
 
 TARN_EXPORT char *TARN_CALL koReadImportLine(HANDLE *file, int32_t maxLength) {
@@ -21,8 +18,10 @@ TARN_EXPORT char *TARN_CALL koReadImportLine(HANDLE *file, int32_t maxLength) {
 
     const HANDLE h = *file;
     const int32_t start = X_Seek(h, 0, 1);
-    const int32_t want = maxLength < kLargestRead ? maxLength : kLargestRead;
-    const int32_t got = X_Read(h, line, uint16_t(want));
+    // One read of the maximum as a 16-bit count, its result taken as signed 16-bit: a maximum
+    // of 65536 asks for nothing, and more than 32767 bytes read answer negative. Either way
+    // nothing counts as read.
+    const int32_t got = X_Read(h, line, uint16_t(maxLength));
     if (got <= 0) {
         X_Seek(h, start, 0);
         FreeGlobal(line);

@@ -95,8 +95,12 @@ TARN_EXPORT int32_t TARN_CALL AddIniAbschnitt(const char *file, const char *sect
     const std::string headerLine = "\r\n" + header;
     const bool headerWritten = X_Writeln(f.get(), headerLine.c_str()) != 0;
     const char *body = text ? text : "";
+    // The length taken as 16 bits and the write's result as signed 16 bits: -1 is a failed
+    // write (also for a text of 65535 bytes, whose full count reads as -1), any other result
+    // must be the whole length.
     const uint16_t length = uint16_t(std::strlen(body));
-    const bool bodyWritten = uint16_t(X_Write(f.get(), body, length)) == length;
+    const int16_t written = X_Write(f.get(), body, length);
+    const bool bodyWritten = written != -1 && uint16_t(written) == length;
     return headerWritten && bodyWritten ? 1 : 0;
 }
 

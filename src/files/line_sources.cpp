@@ -14,9 +14,10 @@ int32_t wmfXFILE_phy::read_line(char *buffer, int32_t size) {
 int32_t wmfXFILE_mem::read_line(char *buffer, int32_t size) {
     // No text reads like an empty one.
     if (!cursor_ || *cursor_ == 0) return 0;
-    // Nothing is consumed here, so a caller that keeps asking with no room gets empty lines.
+    // Nothing is consumed here, so a caller that keeps asking with no room gets empty lines. The
+    // empty text is stored whatever the size says: a size of 0 with a real buffer still gets it.
     if (size < 2) {
-        if (buffer && size == 1) buffer[0] = 0;
+        if (buffer) buffer[0] = 0;
         return 1;
     }
     if (!buffer) return 0;

@@ -39,8 +39,10 @@ TARN_EXPORT int32_t TARN_CALL koDefShellMemorySet(void *context, int32_t size, i
 }
 
 // The file defaults answer with the position reached, whether or not the transfer happened:
-// the caller learns of a failed move, never of a short read or write.
+// the caller learns of a failed move, never of a short read or write. Without a handle there is
+// no move to make, which answers -1 as a failed move does.
 TARN_EXPORT int32_t TARN_CALL koDefShellFileGet(void *context, int32_t size, int32_t index, void *record) {
+    if (!context) return -1;
     HANDLE file = *static_cast<HANDLE *>(context);
     const int32_t offset = record_offset(size, index);
     const int32_t reached = X_Seek(file, offset, 0);
@@ -51,6 +53,7 @@ TARN_EXPORT int32_t TARN_CALL koDefShellFileGet(void *context, int32_t size, int
 
 TARN_EXPORT int32_t TARN_CALL koDefShellFileSet(void *context, int32_t size, int32_t index,
                                                const void *record) {
+    if (!context) return -1;
     HANDLE file = *static_cast<HANDLE *>(context);
     const int32_t offset = record_offset(size, index);
     const int32_t reached = X_Seek(file, offset, 0);

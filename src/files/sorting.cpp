@@ -203,16 +203,19 @@ void quick_sort(const Records &r, int32_t n, int32_t threshold, Byte *p, Byte *a
 // Picks how records are reached, takes two work buffers (three with the pivot) and runs
 // `sort(records, a, b, pivot)`.
 template <class Sort>
-int32_t with_records(void *context, int32_t size, koSortGetProc get, koSortSetProc set,
-                     koSortCompareProc compare, bool pivot, Sort sort) {
+int32_t with_records(void *context, int32_t count, int32_t size, koSortGetProc get,
+                     koSortSetProc set, koSortCompareProc compare, bool pivot, Sort sort) {
     // A record without bytes leaves nothing to order: no callback is called.
     if (size < 1) return 0;
+    const bool memoryGet = !get || get == koDefShellMemoryGet;
+    const bool memorySet = !set || set == koDefShellMemorySet;
+    // A memory default over no memory has no record to reach: nothing is called. With fewer
+    // than two records no procedure makes a call anyway.
+    if (!context && (memoryGet || memorySet) && count >= 2) return 0;
     if (!compare) compare = koDefShellCompare;
     const WorkBuffer w1(size), w2(size), w3(pivot ? size : 0);
     // Without work buffers the array is left as it is.
     if (!w1.get() || !w2.get() || (pivot && !w3.get())) return 0;
-    const bool memoryGet = !get || get == koDefShellMemoryGet;
-    const bool memorySet = !set || set == koDefShellMemorySet;
     if (memoryGet && memorySet) {
         switch (size) {
         case 4: sort(MemoryRecords<4>(context, size, compare), w1.get(), w2.get(), w3.get()); break;
@@ -244,7 +247,7 @@ using tarn::Byte;
 
 TARN_EXPORT int32_t TARN_CALL koBubbleSort(void *context, int32_t count, int32_t size, koSortGetProc get,
                                           koSortSetProc set, koSortCompareProc compare) {
-    return tarn::with_records(context, size, get, set, compare, false,
+    return tarn::with_records(context, count, size, get, set, compare, false,
                               [count](const auto &r, Byte *a, Byte *b, Byte *) {
                                   tarn::bubble_sort(r, count, a, b);
                               });
@@ -252,7 +255,7 @@ TARN_EXPORT int32_t TARN_CALL koBubbleSort(void *context, int32_t count, int32_t
 
 TARN_EXPORT int32_t TARN_CALL koShellSort(void *context, int32_t count, int32_t size, koSortGetProc get,
                                          koSortSetProc set, koSortCompareProc compare) {
-    return tarn::with_records(context, size, get, set, compare, false,
+    return tarn::with_records(context, count, size, get, set, compare, false,
                               [count](const auto &r, Byte *x, Byte *y, Byte *) {
                                   tarn::shell_sort(r, 0, count, x, y);
                               });
@@ -264,7 +267,7 @@ TARN_EXPORT int32_t TARN_CALL koQuickSort(void *context, int32_t count, int32_t 
     try {
         std::vector<tarn::Range> pending;
         pending.reserve(64);
-        return tarn::with_records(context, size, get, set, compare, true,
+        return tarn::with_records(context, count, size, get, set, compare, true,
                                   [&](const auto &r, Byte *a, Byte *b, Byte *p) {
                                       tarn::quick_sort(r, count, threshold, p, a, b, pending);
                                   });
@@ -292,6 +295,7 @@ TARN_EXPORT int32_t TARN_CALL koQuickSortMemoryArray(void *base, int32_t count, 
 TARN_EXPORT int32_t TARN_CALL koBubbleSortFileArray(HANDLE *file, int32_t count, int32_t size,
                                                    koSortCompareProc compare) {
     if (size < 1) return size;
+    if (!file) return 0;
     return koBubbleSort(file, tarn::file_count(file, count, size), size, koDefShellFileGet,
                         koDefShellFileSet, compare);
 }
@@ -299,6 +303,7 @@ TARN_EXPORT int32_t TARN_CALL koBubbleSortFileArray(HANDLE *file, int32_t count,
 TARN_EXPORT int32_t TARN_CALL koShellSortFileArray(HANDLE *file, int32_t count, int32_t size,
                                                   koSortCompareProc compare) {
     if (size < 1) return size;
+    if (!file) return 0;
     return koShellSort(file, tarn::file_count(file, count, size), size, koDefShellFileGet,
                        koDefShellFileSet, compare);
 }
@@ -306,6 +311,7 @@ TARN_EXPORT int32_t TARN_CALL koShellSortFileArray(HANDLE *file, int32_t count, 
 TARN_EXPORT int32_t TARN_CALL koQuickSortFileArray(HANDLE *file, int32_t count, int32_t size,
                                                   koSortCompareProc compare, int32_t threshold) {
     if (size < 1) return size;
+    if (!file) return 0;
     return koQuickSort(file, tarn::file_count(file, count, size), size, koDefShellFileGet,
                        koDefShellFileSet, compare, threshold);
 }

@@ -27,7 +27,6 @@ constexpr uint32_t kUpperStart = 2 * kBlockSize;
 
 constexpr int32_t kS_OK = 0;
 constexpr int32_t kE_NOINTERFACE = int32_t(0x80004002u);
-constexpr int32_t kE_POINTER = int32_t(0x80004003u);
 
 const GUID kIID_IXFileCached = {0xEA385ED1, 0x338B, 0x4C27,
                                 {0x82, 0x7B, 0xEB, 0xA3, 0x38, 0xD4, 0x92, 0x40}};
@@ -41,6 +40,8 @@ struct CacheBlock {
     int32_t dirty;   // holds bytes the disk has not seen
 };
 
+// The documented state of the cached file and everything done with the blocks. Its operations
+// work on `position` and `logicalSize` as they stand: XFileC settles its byte cursor first.
 class XFBufferC {
 public:
     HANDLE handle;
@@ -51,16 +52,6 @@ public:
     CacheBlock blocks[3];
     CacheBlock *lower;
     CacheBlock *upper;
-    // The byte cursor. While `current` is set, GetByte and PutByte move `cursor` through that
-    // block as stdio moves its buffer pointer: the true position is the cursor's, the true size
-    // the larger of logicalSize and that position, and sync() writes both back. Reading goes up
-    // to getEnd (the logical size when the cursor was placed, so never too far), writing up to
-    // putEnd (the block's end once it is dirty, else its start). All three are null without a
-    // block, which stops both byte operations.
-    CacheBlock *current;
-    unsigned char *cursor;
-    unsigned char *getEnd;
-    unsigned char *putEnd;
 
     void start(HANDLE h, bool writable, uint32_t size, bool blocksValid) {
         handle = h;
@@ -76,23 +67,10 @@ public:
             b.valid = blocksValid ? 1 : 0;
             b.dirty = 0;
         }
-        drop_cursor();
-    }
-
-    void sync() {
-        if (current) position = current->base + uint32_t(cursor - current->data);
-        if (position > logicalSize) logicalSize = position;
-    }
-
-    // Everything but the byte operations' fast paths starts from here.
-    void settle() {
-        sync();
-        drop_cursor();
     }
 
     int32_t close() {
         if (!handle) return 1;
-        settle();
         const bool written = write_back(blocks[0]) && write_back(*lower) && write_back(*upper);
         if (written) sizeOnDisk = logicalSize;
         plat::file_close(handle);
@@ -100,29 +78,32 @@ public:
         return written ? 1 : 0;
     }
 
-    int32_t get_byte(unsigned char *out) {
-        unsigned char *const c = cursor;
-        if (c < getEnd) {
-            *out = *c;
-            cursor = c + 1;
-            return 1;
-        }
-        return get_byte_looked_up(out);
+    // GetByte and PutByte by lookup; the block used comes back for the cursor.
+    CacheBlock *get_byte(unsigned char *out) {
+        const uint32_t p = position;
+        if (p >= logicalSize) return nullptr;
+        CacheBlock *b = lookup(p);
+        if (!b) return nullptr;
+        *out = b->data[p - b->base];
+        position = p + 1;
+        return b;
     }
 
-    int32_t put_byte(unsigned char value) {
-        unsigned char *const c = cursor;
-        if (c < putEnd) {
-            *c = value;
-            cursor = c + 1;
-            return 1;
-        }
-        return put_byte_looked_up(value);
+    CacheBlock *put_byte(unsigned char value) {
+        if (readOnly) return nullptr;
+        const uint32_t p = position;
+        if (p > logicalSize) return nullptr;
+        CacheBlock *b = lookup(p);
+        if (!b) return nullptr;
+        b->data[p - b->base] = value;
+        b->dirty = 1;
+        position = p + 1;
+        if (position > logicalSize) logicalSize = position;
+        return b;
     }
 
     // Reads what GetByte would give one byte at a time, a block's worth per copy.
     int32_t read(unsigned char *dst, int32_t count) {
-        settle();
         int32_t got = 0;
         while (got < count && position < logicalSize) {
             CacheBlock *b = lookup(position);
@@ -140,7 +121,6 @@ public:
 
     // Puts what PutByte would put one byte at a time; true when all were put.
     bool write(const unsigned char *src, int32_t count) {
-        settle();
         int32_t put = 0;
         while (put < count) {
             if (position > logicalSize) return false;
@@ -159,7 +139,6 @@ public:
     }
 
     int32_t truncate() {
-        settle();
         if (readOnly || !handle) return 0;
         if (plat::file_seek(handle, position, 0) != int64_t(position)) return 0;
         if (!plat::file_truncate(handle)) return 0;
@@ -168,47 +147,7 @@ public:
     }
 
 private:
-    void drop_cursor() {
-        current = nullptr;
-        cursor = getEnd = putEnd = nullptr;
-    }
-
-    void place_cursor(CacheBlock *b) {
-        current = b;
-        cursor = b->data + (position - b->base);
-        getEnd = b->data + std::min(kBlockSize, logicalSize - b->base);
-        putEnd = b->dirty && !readOnly ? b->data + kBlockSize : b->data;
-    }
-
-    [[gnu::noinline]] int32_t get_byte_looked_up(unsigned char *out) {
-        settle();
-        const uint32_t p = position;
-        if (p >= logicalSize) return 0;
-        CacheBlock *b = lookup(p);
-        if (!b) return 0;
-        *out = b->data[p - b->base];
-        position = p + 1;
-        place_cursor(b);
-        return 1;
-    }
-
-    [[gnu::noinline]] int32_t put_byte_looked_up(unsigned char value) {
-        if (readOnly) return 0;
-        settle();
-        const uint32_t p = position;
-        if (p > logicalSize) return 0;
-        CacheBlock *b = lookup(p);
-        if (!b) return 0;
-        b->data[p - b->base] = value;
-        b->dirty = 1;
-        position = p + 1;
-        if (position > logicalSize) logicalSize = position;
-        place_cursor(b);
-        return 1;
-    }
-
-    // The block that caches position p, replacing and loading one when needed. Called with the
-    // cursor dropped, since the block it stands in may be replaced.
+    // The block that caches position p, replacing and loading one when needed.
     CacheBlock *lookup(uint32_t p) {
         // Closed, the blocks hold the last file's bytes and nothing may be read or put.
         if (!handle) return nullptr;
@@ -259,9 +198,108 @@ private:
     }
 };
 
+// The object: the interface table pointer, the buffer's documented fields and the reference
+// count in that order; the byte cursor, which no caller sees, comes behind them.
 class XFileC : public IXFileCached, public XFBufferC {
 public:
     int32_t refs;
+
+    // While `current` is set, GetByte and PutByte move `cursor` through that block as stdio
+    // moves its buffer pointer: the true position is the cursor's, the true size the larger of
+    // logicalSize and that position, and sync() writes both back. Reading goes up to getEnd
+    // (the logical size when the cursor was placed, so never too far), writing up to putEnd
+    // (the block's end once it is dirty, else its start). All three are null without a block,
+    // which stops both fast paths.
+    CacheBlock *current;
+    unsigned char *cursor;
+    unsigned char *getEnd;
+    unsigned char *putEnd;
+
+    void start(HANDLE h, bool writable, uint32_t size, bool blocksValid) {
+        XFBufferC::start(h, writable, size, blocksValid);
+        drop_cursor();
+    }
+
+    void sync() {
+        if (current) position = current->base + uint32_t(cursor - current->data);
+        if (position > logicalSize) logicalSize = position;
+    }
+
+    // Everything but the byte operations' fast paths starts from here.
+    void settle() {
+        sync();
+        drop_cursor();
+    }
+
+    int32_t close() {
+        settle();
+        return XFBufferC::close();
+    }
+
+    int32_t get_byte(unsigned char *out) {
+        unsigned char *const c = cursor;
+        if (c < getEnd) {
+            *out = *c;
+            cursor = c + 1;
+            return 1;
+        }
+        return get_byte_looked_up(out);
+    }
+
+    int32_t put_byte(unsigned char value) {
+        unsigned char *const c = cursor;
+        if (c < putEnd) {
+            *c = value;
+            cursor = c + 1;
+            return 1;
+        }
+        return put_byte_looked_up(value);
+    }
+
+    int32_t read(unsigned char *dst, int32_t count) {
+        settle();
+        return XFBufferC::read(dst, count);
+    }
+
+    bool write(const unsigned char *src, int32_t count) {
+        settle();
+        return XFBufferC::write(src, count);
+    }
+
+    int32_t truncate() {
+        settle();
+        return XFBufferC::truncate();
+    }
+
+private:
+    void drop_cursor() {
+        current = nullptr;
+        cursor = getEnd = putEnd = nullptr;
+    }
+
+    void place_cursor(CacheBlock *b) {
+        current = b;
+        cursor = b->data + (position - b->base);
+        getEnd = b->data + std::min(kBlockSize, logicalSize - b->base);
+        putEnd = b->dirty && !readOnly ? b->data + kBlockSize : b->data;
+    }
+
+    [[gnu::noinline]] int32_t get_byte_looked_up(unsigned char *out) {
+        settle();
+        CacheBlock *b = XFBufferC::get_byte(out);
+        if (!b) return 0;
+        place_cursor(b);
+        return 1;
+    }
+
+    [[gnu::noinline]] int32_t put_byte_looked_up(unsigned char value) {
+        if (readOnly) return 0;
+        settle();
+        CacheBlock *b = XFBufferC::put_byte(value);
+        if (!b) return 0;
+        place_cursor(b);
+        return 1;
+    }
 };
 
 XFileC *self(IXFileCached *obj) { return static_cast<XFileC *>(obj); }
@@ -283,8 +321,9 @@ int32_t TARN_CALL cf_Release(IXFileCached *obj) {
 }
 
 int32_t TARN_CALL cf_QueryInterface(IXFileCached *obj, const GUID *iid, void **object) {
-    // With nowhere to store the answer there is nothing to hand out.
-    if (!object) return kE_POINTER;
+    // With nowhere to store the answer there is nothing to hand out: the one failure the
+    // interface knows.
+    if (!object) return kE_NOINTERFACE;
     if (same_guid(iid, kIID_IXFileCached) || same_guid(iid, kIID_IUnknown)) {
         *object = obj;
         cf_AddRef(obj);
@@ -386,18 +425,20 @@ int32_t TARN_CALL cf_WriteAt(IXFileCached *obj, int32_t position, const void *bu
     return cf_Write(obj, buffer, count);
 }
 
+// Both writes are made whatever the first one answers; the line end's write is the result.
 int32_t TARN_CALL cf_WriteLine(IXFileCached *obj, const char *text) {
     // A null text writes an empty line.
     const char *t = text ? text : "";
-    if (!cf_Write(obj, t, int32_t(std::strlen(t)))) return 0;
+    cf_Write(obj, t, int32_t(std::strlen(t)));
     return cf_Write(obj, "\r\n", 2);
 }
 
 int32_t TARN_CALL cf_ReadLine(IXFileCached *obj, char *buffer, int32_t size) {
     if (!buffer) return 0;
-    // The terminating zero goes only where the caller gave room for it.
+    // Below 2 only the zero byte is stored, whatever the size says: a size of 0 with a real
+    // buffer still gets it.
     if (size < 2) {
-        if (size == 1) buffer[0] = 0;
+        buffer[0] = 0;
         return 0;
     }
     XFileC *f = self(obj);
@@ -417,11 +458,14 @@ int32_t TARN_CALL cf_ReadLine(IXFileCached *obj, char *buffer, int32_t size) {
     return taken;
 }
 
+// Without a byte to fill or to put nothing happens: the position stays.
 int32_t TARN_CALL cf_GetByte(IXFileCached *obj, unsigned char *byte) {
+    if (!byte) return 0;
     return self(obj)->get_byte(byte);
 }
 
 int32_t TARN_CALL cf_PutByte(IXFileCached *obj, const unsigned char *byte) {
+    if (!byte) return 0;
     return self(obj)->put_byte(*byte);
 }
 

@@ -95,23 +95,6 @@ int32_t transfer_large(Byte *data, int32_t count, Transfer move) {
 
 namespace tarn::xfiles {
 
-// A temporary folder longer than the name buffers (240 and 270 characters) is used whole.
-std::string temp_name_in(const std::string &folder, uint64_t time, int32_t counter) {
-    char name[48];
-    std::snprintf(name, sizeof name, "%08X$(%d).$tmp$", unsigned(uint32_t(time)), int(counter));
-    return folder + name;
-}
-
-std::string cached_temp_name_in(const std::string &folder, uint64_t time, int32_t counter) {
-    // The pattern has no place for the counter: two names made in the same second are equal
-    // and the second file replaces the first. Kept, the files are named so everywhere.
-    static_cast<void>(counter);
-    char name[48];
-    std::snprintf(name, sizeof name, "~%08X$~%08X~.$C$", unsigned(uint32_t(time)),
-                  unsigned(uint32_t(time >> 32)));
-    return folder + name;
-}
-
 std::string make_temp_name() {
     const int32_t n = count_up(gState.tempCounter);
     return temp_name_in(plat::temp_folder(), now_seconds(), n);

@@ -2,6 +2,7 @@
 // the names of temporary files.
 #pragma once
 #include <cstdint>
+#include <cstdio>
 #include <string>
 
 #include "platform/files.h"
@@ -31,11 +32,27 @@ inline plat::FileOpen create_temporary(plat::FileShare share) {
     return how;
 }
 
+// The names are pure formatting of the values given, so they live here where they can be checked
+// with fixed values. A temporary folder longer than the name buffers (240 and 270 characters) is
+// used whole.
+
 // "%08X$(%d).$tmp$" in `folder`: the low 32 bits of the time and the counter.
-std::string temp_name_in(const std::string &folder, uint64_t time, int32_t counter);
+inline std::string temp_name_in(const std::string &folder, uint64_t time, int32_t counter) {
+    char name[48];
+    std::snprintf(name, sizeof name, "%08X$(%d).$tmp$", unsigned(uint32_t(time)), int(counter));
+    return folder + name;
+}
+
 // "~%08X$~%08X~.$C$" in `folder`: the low and the high 32 bits of the time. The counter does not
-// appear in the name, so two names made within one second are the same.
-std::string cached_temp_name_in(const std::string &folder, uint64_t time, int32_t counter);
+// appear in the name, so two names made within one second are the same and the second file
+// replaces the first. Kept: the files are named so everywhere.
+inline std::string cached_temp_name_in(const std::string &folder, uint64_t time, int32_t counter) {
+    static_cast<void>(counter);
+    char name[48];
+    std::snprintf(name, sizeof name, "~%08X$~%08X~.$C$", unsigned(uint32_t(time)),
+                  unsigned(uint32_t(time >> 32)));
+    return folder + name;
+}
 
 // The next X_CreatTmp name in the temporary folder; counts the process-wide counter up.
 std::string make_temp_name();

@@ -21,7 +21,7 @@ bool query_wow64(bool *present);
 // File name of a module (null = the process's main file), at most `size`-1 characters; length or 0.
 int module_file_name(HMODULE module, char *out, int size);
 // Full path of `path` into `out` (GetFullPathNameA); `filePart` points at the file-name part.
-// Returns the length, 0 on failure.
+// Returns the length; 0 on failure, the needed size when `out` is too small.
 int full_path(const char *path, char *out, int size, char **filePart);
 // True for a character that separates path components on this system.
 bool is_path_separator(char c);

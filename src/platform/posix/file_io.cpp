@@ -13,6 +13,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <mutex>
+#include <unordered_map>
 
 #include "platform/fault.h"
 #include "platform/last_error.h"
@@ -129,6 +131,49 @@ int64_t seek_fd(int fd, int64_t offset, int origin) {
     return -1;
 }
 
+// Files opened with delete-on-close, by descriptor, with their absolute names. As on Windows the
+// name stays while the file is open (a second creation of it opens and truncates the same
+// file) and goes when file_close closes the descriptor. A descriptor closed otherwise - by an
+// exec, since they are opened close-on-exec, or by the process ending - leaves its file behind.
+struct DeleteOnClose {
+    std::mutex lock;
+    std::unordered_map<int, std::string> names;
+};
+
+// Never destroyed: descriptors may still be closed while the process shuts down.
+DeleteOnClose &delete_on_close() {
+    static DeleteOnClose *const files = new DeleteOnClose;
+    return *files;
+}
+
+// Every open comes here: a descriptor number the system hands out again forgets what an earlier
+// file of that number was to do.
+void remember_delete_on_close(int fd, const std::string &name, bool remove) {
+    DeleteOnClose &d = delete_on_close();
+    const std::lock_guard<std::mutex> hold(d.lock);
+    if (remove)
+        d.names[fd] = name;
+    else if (!d.names.empty())
+        d.names.erase(fd);
+}
+
+std::string take_delete_on_close(int fd) {
+    DeleteOnClose &d = delete_on_close();
+    const std::lock_guard<std::mutex> hold(d.lock);
+    const auto it = d.names.find(fd);
+    if (it == d.names.end()) return std::string();
+    std::string name = std::move(it->second);
+    d.names.erase(it);
+    return name;
+}
+
+std::string absolute_path(const std::string &p) {
+    if (!p.empty() && p[0] == '/') return p;
+    char cwd[4096];
+    if (!getcwd(cwd, sizeof cwd)) return p;
+    return std::string(cwd) + "/" + p;
+}
+
 bool is_dot_entry(const char *name) {
     return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
 }
@@ -195,20 +240,25 @@ HANDLE file_open(const char *path, const FileOpen &how) {
         tLastError = kErrAccessDenied;
         return kInvalidHandle;
     }
-    // Delete-on-close: the name goes at once, the data stays reachable through the descriptor
-    // until it is closed. Unlike Windows, the name cannot be opened again meanwhile.
-    if (how.deleteOnClose && ::unlink(p.c_str()) != 0) {
-        fail_with_errno();
-        ::close(fd);
-        return kInvalidHandle;
-    }
+    // Delete-on-close: the name is removed by file_close.
+    remember_delete_on_close(fd, how.deleteOnClose ? absolute_path(p) : std::string(),
+                             how.deleteOnClose);
     return handle_of(fd);
 }
 
 bool file_close(HANDLE h) {
     if (fault_now(kCallCloseHandle)) return false;
+    const int fd = fd_of(h);
+    const std::string doomed = take_delete_on_close(fd);
+    if (!doomed.empty()) {
+        // Only while the name still stands for this file: it may have been removed or replaced
+        // since, and another file of that name is not this one's to delete.
+        struct stat mine, named;
+        if (fstat(fd, &mine) == 0 && ::stat(doomed.c_str(), &named) == 0 && same_file(mine, named))
+            ::unlink(doomed.c_str());
+    }
     // The descriptor is gone even when close reports EINTR: no retry.
-    if (::close(fd_of(h)) == 0 || errno == EINTR) return true;
+    if (::close(fd) == 0 || errno == EINTR) return true;
     fail_with_errno();
     return false;
 }

@@ -33,7 +33,12 @@ void set_last_error(uint32_t error) { SetLastError(error); }
 HANDLE file_open(const char *path, const FileOpen &how) {
     if (fault_now(kCallCreateFile)) return INVALID_HANDLE_VALUE;
     const DWORD access = GENERIC_READ | (how.write ? GENERIC_WRITE : 0);
-    const DWORD share = how.share == kShareReadWrite ? FILE_SHARE_READ | FILE_SHARE_WRITE : 0;
+    DWORD share = how.share == kShareReadWrite ? FILE_SHARE_READ | FILE_SHARE_WRITE : 0;
+    // A file removed on close holds delete access, and while any handle of it lacks
+    // FILE_SHARE_DELETE every further open of its name fails with a sharing violation. A shared
+    // one therefore shares deletion as well, so that creating the same name again opens and
+    // truncates it, as the cached file's temporary files are meant to.
+    if (how.deleteOnClose && share) share |= FILE_SHARE_DELETE;
     const DWORD disposition = how.create == kCreateAlways ? CREATE_ALWAYS : OPEN_EXISTING;
     const DWORD flags = FILE_ATTRIBUTE_NORMAL | FILE_FLAG_RANDOM_ACCESS |
                         (how.deleteOnClose ? FILE_FLAG_DELETE_ON_CLOSE : 0);
