@@ -7,9 +7,12 @@ WINE  ?= /usr/lib/wine/wine64
 PRESETS := native asan win64 win32
 
 # Debian packages the build and the tests need.
-PACKAGES := cmake make g++ googletest libgtest-dev mingw-w64 wine64 binutils-mingw-w64-i686 python3 locales-all libsqlite3-dev libbenchmark-dev
+PACKAGES := cmake make g++ googletest libgtest-dev mingw-w64 wine64 binutils-mingw-w64-i686 python3 locales-all libsqlite3-dev libbenchmark-dev libmuparser-dev liblz4-dev zlib1g-dev libpugixml-dev
+# Only for make fuzz: clang and its libFuzzer runtime.
+FUZZ_PACKAGES := clang libclang-rt-14-dev
+FUZZ_SECONDS ?= 60
 
-.PHONY: all deps build $(addprefix build-,$(PRESETS)) test demo bench clean
+.PHONY: all deps build $(addprefix build-,$(PRESETS)) test demo bench fuzz clean
 
 all: build
 
@@ -29,6 +32,20 @@ bench: deps
 	@cmake --preset bench >/dev/null
 	@cmake --build --preset bench -j $(JOBS)
 	@TARNGDI_HOME=$(CURDIR)/build/bench/home build/bench/tarn_bench --benchmark_counters_tabular=true
+
+# Every fuzz target (fuzz/fuzz_*.cpp) for FUZZ_SECONDS each, inputs up to 4096 bytes; the corpus
+# of each grows in build/fuzz/corpus/NAME.
+fuzz:
+	@bash scripts/install-deps.sh $(FUZZ_PACKAGES)
+	@bash fuzz/build.sh build/fuzz
+	@for t in build/fuzz/fuzz_*; do \
+	  [ -x "$$t" ] || continue; \
+	  name=$$(basename $$t); mkdir -p build/fuzz/corpus/$$name; \
+	  echo "== $$name, $(FUZZ_SECONDS) s"; \
+	  $$t -max_len=4096 -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 build/fuzz/corpus/$$name \
+	    >build/fuzz/$$name.log 2>&1 || { tail -40 build/fuzz/$$name.log; exit 1; }; \
+	  grep -E '^#[0-9]+ +DONE' build/fuzz/$$name.log; \
+	done
 
 demo: build-native
 	@bash demo/run.sh build/native/tarn

@@ -37,3 +37,42 @@ step "$tarn" date --workdate 15.03.2024 h m g +14 -7 5.4 31.2 12/25 1.1.79 1.1.8
 step "$tarn" date --days 73049
 step "$tarn" date --days 73051
 echo "(day number 73050 belongs to no date: the count of leap days includes the year 2100)"
+
+echo
+echo "== Memo compression: the customer list in the applications' compressed memo format:"
+step "$tarn" memo compress "$here/data/kunden-dos.txt" "$out/kunden.rle"
+step "$tarn" memo info "$out/kunden.rle"
+step "$tarn" memo expand "$out/kunden.rle" "$out/kunden-expanded.txt"
+if cmp -s "$here/data/kunden-dos.txt" "$out/kunden-expanded.txt"; then
+  echo "== Expanded: byte for byte the original file."
+else
+  echo "== Expanded: differs from the original!"; exit 1
+fi
+
+echo
+echo "== An offer kept as an RTF memo (umlauts as \\'xx escapes, a picture as binary data):"
+sed -n '9,14p' "$here/data/memo.rtf"
+step "$tarn" rtf2txt "$here/data/memo.rtf" "$out/memo.txt"
+echo "== Its plain text, as the applications show, print and search it:"
+show "$out/memo.txt" CP1252
+
+echo
+echo "== A bathroom measured for tiling: labels, \"remarks\" and # comments around the terms;"
+echo "   lines ending in \"=\" are summed, each rounded commercially to 3 decimals:"
+cat "$here/data/aufmass.txt"
+step "$tarn" eval "$here/data/aufmass.txt"
+printf 'Wand: 2,40 * 2,00 =\nBoden: 2,40 * =\nDecke: 2,40 * 1,85 =\n' > "$out/aufmass-fehler.txt"
+echo
+echo "== A line that does not parse is named; the others still count:"
+step "$tarn" eval "$out/aufmass-fehler.txt" || echo "(exit status $?)"
+
+echo
+echo "== A bill of quantities for a bathroom in the GAEB 2000 bracket form (CP1252; field names"
+echo "   in mixed case, a long text over two indented lines, another one in RTF):"
+show "$here/data/angebot-bad.p83" CP1252 | sed -n '12,30p'
+step "$tarn" gaeb2xml "$here/data/angebot-bad.p83" "$out/angebot-bad.xml"
+echo "== As XML (UTF-8): blocks are elements, fields attributes, the RTF text is plain text now:"
+sed 's/\r$//' "$out/angebot-bad.xml" | sed -n '5,9p' | cut -c1-160
+step "$tarn" xml2gaeb "$out/angebot-bad.xml" "$out/angebot-bad-zurueck.p83"
+echo "== Back in the bracket form, indented one blank per level:"
+show "$out/angebot-bad-zurueck.p83" CP1252 | sed -n '20,28p'

@@ -256,6 +256,107 @@ TARN_API int32_t TARN_CALL koDefShellFileSet(void *context, int32_t size, int32_
  * "WriteFile", "SetFilePointer", "SetEndOfFile", "CloseHandle", "DeleteFile", "CopyFile". */
 TARN_API int32_t TARN_CALL tarnSetSysCallFault(const char *name, int32_t nth, int32_t error);
 
+/* ---- XML tree and atoms ------------------------------------------------------------------------
+ * A document is a tree of nodes; element and attribute names are atoms, texts interned once in a
+ * process-wide table and compared by pointer. Values up to 24 bytes live in the node, longer ones
+ * in the tree's scratch file, whose X_ handle sits in the store cell given at creation (a tracked
+ * block from AllocGlobal; koXML_ReleaseTreeEx closes the file, sets the cell to -1 and frees it). */
+
+typedef struct XML_Node XML_Node;
+/* koXML_DoReku's callback: non-zero goes on, 0 ends the traversal. */
+typedef int32_t (TARN_CALL *koXML_RekuProc)(XML_Node *node, intptr_t user);
+
+/* Node types as the readers set them; callers may store any other value. */
+#define TARN_XML_ELEMENT   0u
+#define TARN_XML_ATTRIBUTE 1u
+
+TARN_API XML_Node *  TARN_CALL koXML_CreateTree(const char *name, HANDLE *store);   /* root ("Root" for NULL); locks the atoms once */
+TARN_API void        TARN_CALL koXML_ReleaseTree(XML_Node *node);                    /* frees the subtree, unlocks the atoms once */
+TARN_API void        TARN_CALL koXML_ReleaseTreeEx(XML_Node *root);                  /* koXML_ReleaseTree, then closes and frees the store cell */
+TARN_API void        TARN_CALL koXML_ReleaseItem(XML_Node *node);                    /* frees the subtree; a node without parent as a tree */
+TARN_API XML_Node *  TARN_CALL koXML_AddChildFirst(XML_Node *node, const char *name); /* NULL name: the parent's */
+TARN_API XML_Node *  TARN_CALL koXML_AddChildLast(XML_Node *node, const char *name);  /* NULL name: the parent's */
+TARN_API XML_Node *  TARN_CALL koXML_AddNext(XML_Node *node, const char *name);       /* sibling after; NULL name: the node's */
+TARN_API XML_Node *  TARN_CALL koXML_AddPrev(XML_Node *node, const char *name);       /* sibling before; NULL name: the node's */
+TARN_API XML_Node *  TARN_CALL koXML_GetParent(XML_Node *node);                       /* NULL for a root */
+TARN_API XML_Node *  TARN_CALL koXML_GetFirstChild(XML_Node *node);
+TARN_API XML_Node *  TARN_CALL koXML_GetNext(XML_Node *node);                         /* next sibling */
+TARN_API XML_Node *  TARN_CALL koXML_GetPrev(XML_Node *node);                         /* previous sibling */
+TARN_API XML_Node *  TARN_CALL koXML_GetLastChild(XML_Node *node);
+TARN_API const char *TARN_CALL koXML_GetName(XML_Node *node);                         /* the name atom */
+TARN_API const char *TARN_CALL koXML_SetName(XML_Node *node, const char *name);       /* new atom, stored also when NULL */
+TARN_API uint32_t    TARN_CALL koXML_GetType(XML_Node *node);                         /* 0 element, 1 attribute, or the caller's */
+TARN_API XML_Node *  TARN_CALL koXML_SetType(XML_Node *node, uint32_t type);          /* the node */
+TARN_API int32_t     TARN_CALL koXML_GetDeept(XML_Node *node);                        /* number of ancestors */
+TARN_API char *      TARN_CALL koXML_GetValue(XML_Node *node, char *buffer, int32_t size); /* zero-terminated, cut to size; NULL for size < 2 */
+TARN_API int32_t     TARN_CALL koXML_SetValue(XML_Node *node, const char *text);      /* 1, or 0 when not all was stored */
+TARN_API int32_t     TARN_CALL koXML_GetBinValue(XML_Node *node, void *buffer, int32_t size); /* 1 when size is the value's length */
+TARN_API int32_t     TARN_CALL koXML_SetBinValue(XML_Node *node, const void *data, int32_t size); /* 1 or 0 */
+TARN_API XML_Node *  TARN_CALL koXML_GetChildByName(XML_Node *node, const char *name); /* "." first child, ".." the node itself */
+TARN_API XML_Node *  TARN_CALL koXML_GetChildByNameEx(XML_Node *node, const char *path); /* "a/b", "/top", "+" "<" ">" steps */
+TARN_API int32_t     TARN_CALL koXML_GetValueByName(XML_Node *node, const char *name, char *buffer, int32_t size); /* 1 when found */
+TARN_API int32_t     TARN_CALL koXML_SetValueByName(XML_Node *node, const char *name, const char *text); /* child made when missing */
+TARN_API int32_t     TARN_CALL koXML_DoReku(XML_Node *node, uint32_t flags, koXML_RekuProc proc, intptr_t user); /* traversal, 1 or 0 */
+TARN_API const char *TARN_CALL koXML_MakeAtom(const char *text);                      /* interned text, NULL on failure */
+TARN_API const char *TARN_CALL koXML_GetAtomByID(uint32_t index);                     /* entry of the sorted table or NULL */
+TARN_API void        TARN_CALL koXML_LockAtoms(int32_t lock);                         /* non-zero locks, 0 unlocks (1 -> 0 empties) */
+TARN_API void        TARN_CALL koXML_FreeAtoms(void);                                 /* empties the table whatever the lock count */
+
+/* ---- Base64 ------------------------------------------------------------------------------------
+ * Standard alphabet with "=" padding, 16-bit text, no line breaks; no terminating zero written. */
+
+TARN_API TARN_WCHAR TARN_CALL Base64Code_W(uint32_t index);                  /* alphabet character (64 "="), 0 from 65 */
+TARN_API int32_t    TARN_CALL Base64Index_W(TARN_WCHAR c);                   /* 0-63 digit, 64 "=", 65 other */
+TARN_API int32_t    TARN_CALL Base64IndexP_W(const TARN_WCHAR **cursor);     /* next index, skipping white space; 65 at the end */
+TARN_API int32_t    TARN_CALL Base64ToBytes_W(const TARN_WCHAR *text, void *out, uint32_t outSize); /* bytes (needed for NULL out), -1 too small */
+TARN_API int32_t    TARN_CALL BytesToBase64_W(const void *data, int32_t count, TARN_WCHAR *out, int32_t outSize); /* characters, -1 too small */
+
+/* ---- XML reading ------------------------------------------------------------------------------
+ * Every reader returns the root of a new tree (one more lock on the atoms) or NULL. Files must
+ * begin with "<?xml version=" (after an optional UTF-8 byte order mark). White-space flag 0 drops
+ * blanks and line breaks from element texts, 1 keeps them and reads the declared encoding. */
+
+TARN_API XML_Node *TARN_CALL koXML_CreateTreeFromFile(const char *file, HANDLE *store);  /* flag 0 */
+TARN_API XML_Node *TARN_CALL koXML_CreateTreeFromFileEx(const char *file, HANDLE *store, int32_t flag); /* NULL file: the empty root */
+TARN_API XML_Node *TARN_CALL koXML_CreateTreeEx(const char *file);            /* own scratch file, flag 0 */
+TARN_API XML_Node *TARN_CALL koXML_CreateTreeExKompatible(const char *file);  /* own scratch file, flag 1 */
+TARN_API XML_Node *TARN_CALL koXML_CreateTreeExAnsiString(const char *text, int32_t length); /* 0: up to the zero */
+TARN_API XML_Node *TARN_CALL koXML_CreateTreeExUnicodeString(const TARN_WCHAR *text); /* converted to the ANSI page */
+TARN_API XML_Node *TARN_CALL koXML_CreateTreeFromGAEB2K(const char *file, HANDLE *store); /* bracket form "#begin[GAEB]" */
+TARN_API XML_Node *TARN_CALL koXML_CreateTreeExFromGAEB2K(const char *file);  /* own scratch file */
+TARN_API HWND      TARN_CALL koXML_SetStatusWindow(HWND window);              /* progress shown there; NULL: none */
+
+/* ---- XML writing ------------------------------------------------------------------------------
+ * The subtree of a node to a file: 1 written, 0 failed (the file is then deleted). Writing as XML
+ * turns every node with children into an element (type 0); other non-zero types are attributes. */
+
+TARN_API int32_t TARN_CALL koXML_SaveTreeToFile(XML_Node *node, const char *file);           /* ANSI, "&#n;" outside a safe set */
+TARN_API int32_t TARN_CALL koXML_SaveTreeToFileKompatible(XML_Node *node, const char *file); /* indented UTF-8 */
+TARN_API int32_t TARN_CALL koXML_SaveTreeToGAEB2K(XML_Node *node, const char *file);         /* bracket form */
+TARN_API char *  TARN_CALL koAnsicode2XMLstr(char *out, char c);                  /* plain-form text of a byte (out: 7 bytes) */
+TARN_API char *  TARN_CALL koAnsicode2XMLstrEx(char *out, char c, int32_t mode);  /* mode 0 plain, else UTF-8 form */
+
+/* ---- Compression ------------------------------------------------------------------------------
+ * One format (magic 0x2649): the 13 most frequent bytes cost a nibble, 16 more cost two, the rest
+ * three; repeats of the previous byte go as run codes. The engine reads and writes through one
+ * callback: *byte in or out, an operation below, the caller's context; non-zero means success. */
+
+#define TARN_RLE_RESTART 101  /* restart the input and deliver its first byte; 0 when there is none */
+#define TARN_RLE_NEXT    102  /* deliver the next input byte; 0 at the end or on a read error */
+#define TARN_RLE_PUT     201  /* take *byte as the next output byte; 0 on failure */
+#define TARN_RLE_FINISH  202  /* the output is complete (byte is NULL); the result becomes the engine's */
+
+typedef int32_t (TARN_CALL *koRleIoProc)(unsigned char *byte, int32_t operation, void *context);
+
+TARN_API int32_t  TARN_CALL koExRleCompress(koRleIoProc io, void *context);  /* result of 202, or 0 */
+TARN_API int32_t  TARN_CALL koExRleExpand(koRleIoProc io, void *context);    /* result of 202, or 0 */
+TARN_API uint32_t TARN_CALL koMemoCompress(const void *src, uint32_t srcLen, void *dst,
+                                           uint32_t dstCap);  /* bytes needed (may exceed dstCap), 0 on failure */
+TARN_API uint32_t TARN_CALL koMemoExpand(const void *src, uint32_t srcLen, void *dst,
+                                         uint32_t dstCap);    /* expanded length (may exceed dstCap), 0 on failure */
+TARN_API int32_t  TARN_CALL koFileCompress(HANDLE src, HANDLE dst, uint32_t length); /* length bytes from src's position; 0 on failure */
+TARN_API int32_t  TARN_CALL koFileExpand(HANDLE src, HANDLE dst, uint32_t length);   /* at most length stream bytes; 0 on failure */
+
 /* ---- Profile and registry settings ---------------------------------------------------------
  * FILE is the last argument; where the values go is decided by the profile type:
  * 0 registry of the default user, 1 of the current user, 2 INI per computer and user, 3 shared INI. */
@@ -311,6 +412,70 @@ TARN_API int32_t  TARN_CALL koPixelFromUnitsCX(int32_t units);
 TARN_API int32_t  TARN_CALL koPixelFromUnitsCY(int32_t units);
 TARN_API int32_t  TARN_CALL koPixelToUnitsCX(int32_t pixels);
 TARN_API int32_t  TARN_CALL koPixelToUnitsCY(int32_t pixels);
+
+/* ---- Request service ------------------------------------------------------------------------
+ * One server per process answers numbered requests over a TCP port and the named pipe
+ * "\\.\pipe\KELVO_%05d" of the same number; clients log in, send requests and log out.
+ * A frame is this 8-byte header (little-endian) and at most 30000 data bytes. Built-in request
+ * numbers: 0 one-way (no reply), 1 login, 2 logout, 30 shut the server down if this is its only
+ * connection, 31 shut it down. Texts for the log procedure: codes 9000 progress, 9001 socket
+ * call failed, 9002 connection failed, 9004 bad request, 0x01000000 | ClientID login/logout. */
+
+#pragma pack(push, 1)
+typedef struct koRequestHeader {
+    uint16_t RequestId;       /* request number; the reply echoes it */
+    uint16_t ClientID;        /* 0 until login; the id the server assigned */
+    uint16_t UserDataLength;  /* data bytes behind the header */
+    uint16_t FrameMark;       /* 0x2511 request, 0x1161 reply */
+} koRequestHeader;
+#pragma pack(pop)
+
+/* Called on the connection's thread with the frame (header and data, room for 30000 bytes).
+ * Login (1): 0 accepts, non-zero refuses. Others: non-zero when the reply was built in place. */
+typedef int32_t (TARN_CALL *koRequestHandler)(void *frame);
+typedef void (TARN_CALL *koLogProc)(uint32_t code, const char *text, uint32_t flag);
+
+#define KO_SERVER_SOCKETS 1u
+#define KO_SERVER_PIPES   2u
+#define KO_CLIENT_SOCKET  1u
+#define KO_CLIENT_PIPE    2u
+
+TARN_API int32_t TARN_CALL koInitIP(void);                           /* starts the socket layer (1.1); 1 ok */
+TARN_API int32_t TARN_CALL koExitIP(void);                           /* stops the socket layer; 1 */
+TARN_API void *  TARN_CALL koServerCreate(uint32_t port, uint16_t flags, koRequestHandler handler,
+                                          koLogProc log);            /* flags KO_SERVER_*; handle or NULL */
+TARN_API int32_t TARN_CALL koServerIsRunning(void *server);          /* handle given and not shut down */
+TARN_API void    TARN_CALL koServerShutDown(void *server);           /* sets the process-wide shutdown flag */
+TARN_API void    TARN_CALL koServerSockets(void *server, uint32_t *active, uint32_t *spare,
+                                           uint32_t newSpare);       /* active connections; spare setting (0 keeps) */
+TARN_API void    TARN_CALL koServerCleanup(void *server);            /* closes the listening socket, frees the handle */
+TARN_API void *  TARN_CALL koClientCreate(uint16_t port, uint16_t transport, const char *host); /* "#1.2.3.4", name, "." */
+TARN_API int32_t TARN_CALL koClientLogin(void *client, const char *name, const char *second); /* 1 accepted */
+TARN_API int32_t TARN_CALL koClientLogout(void *client);             /* request 2; 1 ok */
+TARN_API int32_t TARN_CALL koClientRequest(void *client, uint32_t request, const void *data, uint32_t length,
+                                           void *reply, uint16_t replySize, uint16_t *replyLength); /* 1 ok */
+TARN_API int32_t TARN_CALL koClientShutServerDown(void *client, int32_t force); /* request 31 if force, else 30 */
+TARN_API int32_t TARN_CALL koClientCleanup(void *client);            /* closes and frees, no logout; 0 for NULL */
+
+/* ---- RTF memos ------------------------------------------------------------------------------ */
+
+TARN_API int32_t TARN_CALL koRtf2Ansi(char *text); /* a text beginning "{\rtf" becomes its plain text, in place; 1 */
+
+/* ---- Formula texts -------------------------------------------------------------------------
+ * Lines separated by LF (a CR before it belongs to the line end). A line is a result line when
+ * an "=" stands after its last ":"; its term is what stands between that ":" and the "=", less
+ * "quoted remarks" and # comments. Values are rounded commercially to 3 decimals, or 2 when the
+ * text begins with "#2". The two calls without arguments are the same in either convention. */
+
+TARN_API double      TARN_CALL koMultilineEval(const char *text);          /* rounded sum of the result lines */
+TARN_API double      TARN_CALL koMultilineEvalLine(const char *text, int32_t line); /* from 0; 0 if no result line */
+TARN_API int32_t     TARN_CALL koMultilineEvalGetDec(const char *text);    /* 2 or 3 */
+TARN_API int32_t     TARN_CALL koMultilineGetErrorStat(void);  /* first result line (from 1) empty or unparsable, or 0 */
+TARN_API const char *TARN_CALL koMultilineGetLastError(void);  /* that line's error text, static */
+TARN_API const char *TARN_CALL koMultilineGetLine(const char *text, int32_t line);  /* line's start or NULL */
+TARN_API int32_t     TARN_CALL koMultilineGetNumLines(const char *text);   /* 0 for an empty text */
+TARN_API int32_t     TARN_CALL koMultilineCopyLine(const char *text, int32_t line, char *buffer, int32_t size,
+                                                   BOOL terminate); /* 1 if the line exists; blank-filled field unless terminate */
 
 /* ---- User interface provider ----------------------------------------------------------------
  * Message boxes, modal dialogs and progress reports of the library go to the provider an

@@ -29,4 +29,9 @@ HWND get_parent(HWND wnd);
 HMENU get_menu(HWND wnd);
 BOOL set_menu_item_text(HMENU menu, uint32_t commandId, const char *text);
 
+// The window's text (its title for a top-level window).
+void set_window_text(HWND wnd, const char *text);
+// Lets other applications run for a moment: dispatches the messages waiting for this thread.
+void yield_to_others();
+
 }  // namespace plat

@@ -23,6 +23,8 @@ Child start_self(const std::vector<std::string> &args);
 int wait_child(Child c);         // exit code, or -1
 void kill_child_hard(Child c);   // SIGKILL / TerminateProcess
 void sleep_ms(int ms);
+// Memory the process holds resident now (resident set, or working set on Windows), in bytes.
+unsigned long long process_memory_bytes();
 
 void set_self_path(const char *argv0);
 

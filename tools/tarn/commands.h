@@ -1,5 +1,6 @@
 // The subcommands of tarn and what they share.
 #pragma once
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -36,5 +37,20 @@ int run_oem2ansi(const Args &args);
 int run_winerror(const Args &args);
 int run_date(const Args &args);
 int run_settings(const Args &args);
+int run_gaeb2xml(const Args &args);
+int run_xml2gaeb(const Args &args);
+int run_xml(const Args &args);
+int run_eval(const Args &args);
+int run_memo(const Args &args);
+int run_rtf2txt(const Args &args);
+int run_serve(const Args &args);
+int run_request(const Args &args);
+int run_shutdown(const Args &args);
+
+// The requests `tarn serve` answers besides the built-in ones.
+constexpr uint16_t kEchoRequest = 100;    // the data back
+constexpr uint16_t kStatusRequest = 101;  // "Time=YYYY-MM-DD HH:MM:SS;Active=N;"
+// A port number from 1 to 65535.
+bool parse_port(const std::string &text, uint16_t *port);
 
 }  // namespace tarn_tool

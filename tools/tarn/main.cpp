@@ -41,6 +41,70 @@ const std::vector<Command> &commands() {
          "INI files. Without it, the type the library settles on at start. \"get\" exits with 1\n"
          "when a registry value is missing (the default, an empty text, is printed).\n",
          run_settings},
+        {"gaeb2xml", "convert a GAEB 2000 bracket file to XML",
+         "usage: tarn gaeb2xml IN OUT [--plain]\n"
+         "Reads IN in the GAEB 2000 bracket form (\"#begin[GAEB]\" ... \"#end[GAEB]\"; RTF long\n"
+         "texts become plain text) and writes OUT as indented UTF-8 XML, or with --plain in the\n"
+         "ANSI form with numeric references. Blocks become elements, fields attributes.\n",
+         run_gaeb2xml},
+        {"xml2gaeb", "convert an XML document to a GAEB 2000 bracket file",
+         "usage: tarn xml2gaeb IN OUT [--plain|--compatible]\n"
+         "Reads the XML document IN and writes OUT in the GAEB 2000 bracket form: elements\n"
+         "become blocks, attributes and elements holding only a text become fields. IN is read\n"
+         "as UTF-8 with its white space when its declaration names an encoding (--compatible),\n"
+         "else as ANSI text whose raw white space is layout (--plain).\n",
+         run_xml2gaeb},
+        {"xml", "rewrite an XML document in the plain or the compatible form",
+         "usage: tarn xml IN OUT --compatible|--plain\n"
+         "Reads the XML document IN (its form told by its declaration, as xml2gaeb does) and\n"
+         "writes OUT as indented UTF-8 XML (--compatible) or as ANSI text in which every byte\n"
+         "outside letters, digits and a few signs is a numeric reference (--plain).\n",
+         run_xml},
+        {"eval", "evaluate a formula text: its result lines and their sum",
+         "usage: tarn eval [FILE|-]\n"
+         "Evaluates a quantity calculation as the applications do. A line with \"=\" after its\n"
+         "last \":\" is a result line: the label before the \":\", \"remarks\" and # comments are\n"
+         "left out, the term is computed and rounded commercially to 3 decimals (2 when the text\n"
+         "begins with \"#2\"). Prints each result line with its number and value, the total,\n"
+         "and the first line whose term is empty or does not parse; exits with 1 if there is one.\n"
+         "Without FILE, or with \"-\", reads standard input.\n",
+         run_eval},
+        {"rtf2txt", "convert an RTF memo to plain text",
+         "usage: tarn rtf2txt [IN|-] [OUT|-]\n"
+         "Writes the plain ANSI text of the RTF document IN to OUT, as the applications show RTF\n"
+         "memo fields: paragraphs end in CR LF, tabs become blanks, font and colour tables,\n"
+         "headers, footers, pictures and other destinations are left out. A damaged document\n"
+         "ends in \"RTF-Error(N): \" and the input that follows. A text not beginning with\n"
+         "\"{\\rtf\" is copied unchanged. \"-\" or a missing name stands for standard input or output.\n",
+         run_rtf2txt},
+        {"serve", "run a request server until a client shuts it down",
+         "usage: tarn serve --port N [--tcp] [--pipe]\n"
+         "Serves requests on TCP port N and on the pipe \\\\.\\pipe\\KELVO_%05d of the same\n"
+         "number (both without --tcp or --pipe). Request 100 answers its data, 101 the server's\n"
+         "time and connection count as \"Time=...;Active=N;\". What the library reports goes to\n"
+         "standard error. It runs until a client asks it to stop (tarn shutdown).\n",
+         run_serve},
+        {"request", "send one request to a request server",
+         "usage: tarn request --port N [--host H] [--pipe] ID [DATA]\n"
+         "Logs in as \"tarn\", sends request ID (0 to 65535; 0 wants no reply) with DATA,\n"
+         "prints the reply's bytes and logs out. H is a host name or \"#\" and an IPv4 address\n"
+         "(default localhost); with --pipe the server's computer name (default \".\").\n",
+         run_request},
+        {"shutdown", "ask a request server to stop",
+         "usage: tarn shutdown --port N [--host H] [--pipe] [--force]\n"
+         "Sends request 30: the server stops if this is its only connection. With --force,\n"
+         "request 31: the server stops whatever else is connected.\n",
+         run_shutdown},
+        {"memo", "compress and expand memo texts and files (magic 0x2649)",
+         "usage: tarn memo compress IN OUT\n"
+         "       tarn memo expand IN OUT\n"
+         "       tarn memo info FILE\n"
+         "Compresses IN into the nibble-coded run-length format the applications store memo\n"
+         "texts and record files in, or expands such a stream back. \"info\" shows the size of\n"
+         "the frequency table, the original and the compressed length and their ratio; it exits\n"
+         "with 1 when FILE is not a compressed stream or is damaged. \"-\" stands for standard\n"
+         "input or output.\n",
+         run_memo},
     };
     return list;
 }

@@ -52,4 +52,8 @@ HMENU get_menu(HWND) { return nullptr; }
 
 BOOL set_menu_item_text(HMENU, uint32_t, const char *) { return 0; }
 
+void set_window_text(HWND, const char *) {}
+
+void yield_to_others() {}
+
 }  // namespace plat

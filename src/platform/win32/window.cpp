@@ -69,4 +69,19 @@ BOOL set_menu_item_text(HMENU menu, uint32_t commandId, const char *text) {
     return SetMenuItemInfoA(menu, commandId, FALSE, &info);
 }
 
+void set_window_text(HWND wnd, const char *text) { SetWindowTextA(wnd, text ? text : ""); }
+
+void yield_to_others() {
+    MSG msg;
+    while (PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE)) {
+        // The quit request belongs to the application's own loop: hand it back.
+        if (msg.message == WM_QUIT) {
+            PostQuitMessage(int(msg.wParam));
+            return;
+        }
+        TranslateMessage(&msg);
+        DispatchMessageA(&msg);
+    }
+}
+
 }  // namespace plat

@@ -7,6 +7,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -62,6 +63,15 @@ void kill_child_hard(Child c) {
 void sleep_ms(int ms) {
     struct timespec ts = {ms / 1000, long(ms % 1000) * 1000000L};
     nanosleep(&ts, nullptr);
+}
+
+unsigned long long process_memory_bytes() {
+    unsigned long long pages = 0, resident = 0;
+    FILE *f = std::fopen("/proc/self/statm", "r");
+    if (!f) return 0;
+    const int n = std::fscanf(f, "%llu %llu", &pages, &resident);
+    std::fclose(f);
+    return n == 2 ? resident * (unsigned long long)sysconf(_SC_PAGESIZE) : 0;
 }
 
 bool set_time_zone(const char *tz) {

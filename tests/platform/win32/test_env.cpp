@@ -1,6 +1,7 @@
 #include "test_env.h"
 
 #include <windows.h>
+#include <psapi.h>
 
 #include <string>
 
@@ -63,6 +64,14 @@ void kill_child_hard(Child c) {
 }
 
 void sleep_ms(int ms) { Sleep(DWORD(ms)); }
+
+unsigned long long process_memory_bytes() {
+    PROCESS_MEMORY_COUNTERS counters = {};
+    counters.cb = sizeof counters;
+    return GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters)
+               ? counters.WorkingSetSize
+               : 0;
+}
 
 // The runtime's TZ syntax cannot name a zone's own daylight-saving dates, and the system's zone
 // is not the tests' to change.

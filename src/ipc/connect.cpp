@@ -1,0 +1,240 @@
+#include "ipc/connect.h"
+
+#include <cstdio>
+
+#include "ipc/server_state.h"
+#include "platform/system.h"
+
+namespace tarn::ipc {
+namespace {
+
+// Named pipes are not offered on the consumer line of Windows (version word's top bit set).
+bool pipes_unavailable() { return (plat::os_version_word() & 0x80000000u) != 0; }
+
+void pipe_name(char (&name)[300], const char *host, uint32_t port) {
+    std::snprintf(name, sizeof name, "\\\\%s\\pipe\\KELVO_%05u", host ? host : "", unsigned(port));
+}
+
+// A select slice: the object's timeout, or 10 s when it has none.
+uint32_t slice_ms(uint32_t timeoutSeconds) { return (timeoutSeconds ? timeoutSeconds : 10) * 1000; }
+
+}  // namespace
+
+// ---- koConnect -----------------------------------------------------------------------------
+
+int32_t koConnect::Open(const char *hostText, uint16_t portNumber, uint32_t timeoutSeconds,
+                        uint32_t intervalMs) {
+    host = hostText;
+    port = portNumber;
+    timeout = timeoutSeconds;
+    interval = intervalMs;
+    connected = 0;
+    serverClientId = 0;
+    header.ClientID = 0;
+    return 1;
+}
+
+int32_t koConnect::Close() {
+    connected = 0;
+    return 1;
+}
+
+int32_t koConnect::ReadBytes(void *, uint32_t) { return 0; }
+int32_t koConnect::WriteBytes(const void *, uint32_t) { return 0; }
+
+// ---- pipes -------------------------------------------------------------------------------------
+
+koConnectPipe::~koConnectPipe() { plat::pipe_close(pipe); }
+
+int32_t koConnectPipe::ReadBytes(void *buffer, uint32_t count) {
+    if (count == 0) return 1;
+    if (pipe && plat::pipe_read(pipe, buffer, count, interval, &connected)) return 1;
+    report(kLogConnection, "read from pipe");
+    return 0;
+}
+
+int32_t koConnectPipe::WriteBytes(const void *buffer, uint32_t count) {
+    if (pipe && plat::pipe_write(pipe, buffer, count, interval, &connected)) {
+        plat::pipe_flush(pipe);
+        return 1;
+    }
+    report(kLogConnection, "write to pipe");
+    return 0;
+}
+
+int32_t koPipeClient::Open(const char *hostText, uint16_t portNumber, uint32_t timeoutSeconds,
+                           uint32_t intervalMs) {
+    koConnect::Open(hostText, portNumber, timeoutSeconds, intervalMs);
+    if (pipes_unavailable()) return 0;
+    char name[300];
+    pipe_name(name, hostText, portNumber);
+    report(kLogProgress, "connect to");
+    report(kLogProgress, name);
+    pipe = plat::pipe_open(name);
+    if (!pipe) {
+        report(kLogProgress, "not connected");
+        return 0;
+    }
+    connected = 1;
+    report(kLogProgress, "connected");
+    return 1;
+}
+
+int32_t koPipeClient::Close() {
+    if (connected && pipe) {
+        plat::sleep_ms(10);
+        plat::pipe_flush(pipe);
+        plat::pipe_close(pipe);
+        pipe = nullptr;
+    }
+    return 1;
+}
+
+int32_t koPipeServer::Open(const char *hostText, uint16_t portNumber, uint32_t timeoutSeconds,
+                           uint32_t intervalMs) {
+    koConnect::Open(hostText, portNumber, timeoutSeconds, intervalMs);
+    if (pipes_unavailable()) return 0;
+    char name[300];
+    pipe_name(name, ".", portNumber);
+    pipe = plat::pipe_create(name);
+    if (!pipe) {
+        report(kLogConnection, name);
+        return 0;
+    }
+    connected = 1;
+    const int rc = plat::pipe_wait_client(pipe, timeoutSeconds * 1000, 10, &connected);
+    if (rc == 1) return 1;
+    report(kLogConnection, rc == 0 ? "Pipe-Connect-Timeout" : name);
+    connected = 0;
+    plat::pipe_close(pipe);
+    pipe = nullptr;
+    return 0;
+}
+
+int32_t koPipeServer::Close() {
+    if (connected && pipe) {
+        connected = 0;
+        plat::sleep_ms(10);
+        plat::pipe_flush(pipe);
+        plat::pipe_disconnect(pipe);
+        plat::pipe_close(pipe);
+        pipe = nullptr;
+    }
+    return 1;
+}
+
+// ---- sockets -------------------------------------------------------------------------------
+
+koConnectSocket::~koConnectSocket() {
+    if (socket != plat::kNoSocket) plat::close_socket(socket);
+}
+
+// Data that has arrived is taken at once; only when none has does the receive wait on the
+// socket, in slices, as long as the connection is wanted.
+int32_t koConnectSocket::ReadBytes(void *buffer, uint32_t count) {
+    char *at = static_cast<char *>(buffer);
+    const uint32_t slice = slice_ms(timeout);
+    while (count > 0) {
+        int n = plat::try_recv_socket(socket, at, int(count));
+        if (n == plat::kWouldBlock) {
+            // A failed wait is not told apart from readiness: the receive reports the error.
+            while (plat::wait_socket(socket, false, slice) == 0) {
+                if (server().shutdown || !connected) return 0;
+                plat::sleep_ms(interval);
+            }
+            n = plat::recv_socket(socket, at, int(count));
+        }
+        if (n < 0) {
+            report_socket_error("receive():");
+            return 0;
+        }
+        // A peer that closed its end sends nothing more: waiting on would spin for ever.
+        if (n == 0) return 0;
+        at += n;
+        count -= uint32_t(n);
+    }
+    return 1;
+}
+
+int32_t koConnectSocket::WriteBytes(const void *buffer, uint32_t count) {
+    const char *at = static_cast<const char *>(buffer);
+    const uint32_t slice = slice_ms(timeout);
+    while (count > 0) {
+        int n = plat::try_send_socket(socket, at, int(count));
+        if (n == plat::kWouldBlock) {
+            if (plat::wait_socket(socket, true, slice) == 0) {
+                report_socket_error("select():  Send timeout == 0");
+                return 0;
+            }
+            n = plat::send_socket(socket, at, int(count));
+        }
+        if (n < 0) {
+            report_socket_error("send():");
+            return 0;
+        }
+        at += n;
+        count -= uint32_t(n);
+    }
+    return 1;
+}
+
+// The client keeps timeout, interval and connected flag at 0: a reply chunk is waited for one
+// 10-second slice at most.
+int32_t koSocketClient::Open(const char *hostText, uint16_t portNumber, uint32_t, uint32_t) {
+    host = hostText;
+    port = portNumber;
+    uint32_t address = 0;
+    const bool found = hostText && hostText[0] == '#' ? plat::parse_dotted(hostText + 1, &address)
+                                                      : plat::resolve_host(hostText, &address);
+    if (!found) {
+        report_socket_error("gethostbyname()");
+        return 0;
+    }
+    socket = plat::tcp_socket();
+    if (socket == plat::kNoSocket) {
+        report_socket_error("socket()");
+        return 0;
+    }
+    peer = plat::ipv4_address(address, portNumber);
+    if (!plat::connect_socket(socket, peer)) {
+        report_socket_error("connect()");
+        plat::close_socket(socket);
+        socket = plat::kNoSocket;
+        return 0;
+    }
+    plat::set_no_delay(socket);
+    return 1;
+}
+
+int32_t koSocketClient::Close() {
+    if (socket != plat::kNoSocket) {
+        plat::sleep_ms(10);
+        if (!plat::close_socket(socket)) report_socket_error("closesocket()");
+        socket = plat::kNoSocket;
+    }
+    return 1;
+}
+
+int32_t koSocketServer::Open(const char *hostText, uint16_t portNumber, uint32_t timeoutSeconds,
+                             uint32_t intervalMs) {
+    koConnect::Open(hostText, portNumber, timeoutSeconds, intervalMs);
+    socket = plat::accept_socket(server().listener.load(), &peer);
+    if (socket == plat::kNoSocket) {
+        report_socket_error("accept");
+        return 0;
+    }
+    plat::set_no_delay(socket);
+    connected = 1;
+    return 1;
+}
+
+int32_t koSocketServer::Close() {
+    if (!connected) return 1;
+    const bool closed = plat::close_socket(socket);
+    if (!closed) report_socket_error("closesocket");
+    socket = plat::kNoSocket;
+    connected = 0;
+    return closed ? 1 : 0;
+}
+
+}  // namespace tarn::ipc

@@ -1,0 +1,79 @@
+// The connection classes: one byte stream over a named pipe or a TCP socket, client or server
+// end. Each object is used by one thread, opened once and closed once.
+#pragma once
+#include <cstdint>
+
+#include "platform/net.h"
+#include "tarngdi32.h"
+
+namespace tarn::ipc {
+
+constexpr uint16_t kRequestMark = 0x2511;
+constexpr uint16_t kReplyMark = 0x1161;
+constexpr uint32_t kMaxUserData = 30000;
+constexpr uint32_t kHeaderBytes = 8;
+constexpr uint32_t kFrameBytes = kHeaderBytes + kMaxUserData;
+static_assert(sizeof(koRequestHeader) == kHeaderBytes, "the frame header is 8 bytes");
+
+class koConnect {
+public:
+    // The four operations keep this slot order in every class; all answer 1 or 0.
+    virtual int32_t Open(const char *host, uint16_t port, uint32_t timeout, uint32_t interval);
+    virtual int32_t Close();
+    virtual int32_t ReadBytes(void *buffer, uint32_t count);
+    virtual int32_t WriteBytes(const void *buffer, uint32_t count);
+    virtual ~koConnect() = default;
+
+    const char *host = nullptr;  // as given to Open; nothing reads it afterwards
+    uint32_t port = 0;
+    uint32_t timeout = 0;        // seconds
+    uint32_t interval = 0;       // milliseconds between completion polls
+    int32_t connected = 0;
+    uint32_t serverClientId = 0; // the time from which the server derived the id it handed out
+    koRequestHeader header = {}; // a client's last frame; ClientID keeps the login's id
+};
+
+class koConnectPipe : public koConnect {
+public:
+    int32_t ReadBytes(void *buffer, uint32_t count) override;
+    int32_t WriteBytes(const void *buffer, uint32_t count) override;
+    ~koConnectPipe() override;
+
+    plat::Pipe *pipe = nullptr;
+};
+
+class koPipeClient : public koConnectPipe {
+public:
+    int32_t Open(const char *host, uint16_t port, uint32_t timeout, uint32_t interval) override;
+    int32_t Close() override;
+};
+
+class koPipeServer : public koConnectPipe {
+public:
+    int32_t Open(const char *host, uint16_t port, uint32_t timeout, uint32_t interval) override;
+    int32_t Close() override;
+};
+
+class koConnectSocket : public koConnect {
+public:
+    int32_t ReadBytes(void *buffer, uint32_t count) override;
+    int32_t WriteBytes(const void *buffer, uint32_t count) override;
+    ~koConnectSocket() override;
+
+    plat::Socket socket = plat::kNoSocket;
+    plat::SockAddr4 peer = {};
+};
+
+class koSocketClient : public koConnectSocket {
+public:
+    int32_t Open(const char *host, uint16_t port, uint32_t timeout, uint32_t interval) override;
+    int32_t Close() override;
+};
+
+class koSocketServer : public koConnectSocket {
+public:
+    int32_t Open(const char *host, uint16_t port, uint32_t timeout, uint32_t interval) override;
+    int32_t Close() override;
+};
+
+}  // namespace tarn::ipc

@@ -1,0 +1,226 @@
+#include "platform/net.h"
+
+#include <winsock2.h>
+#include <windows.h>
+
+#include <cstring>
+
+namespace plat {
+
+bool net_startup() {
+    WSADATA data;
+    return WSAStartup(MAKEWORD(1, 1), &data) == 0;
+}
+
+bool net_cleanup() { return WSACleanup() == 0; }
+
+int socket_error() { return WSAGetLastError(); }
+
+Socket tcp_socket() {
+    const SOCKET s = socket(AF_INET, SOCK_STREAM, 0);
+    return s == INVALID_SOCKET ? kNoSocket : Socket(s);
+}
+
+bool bind_any(Socket s, uint16_t port) {
+    sockaddr_in a = {};
+    a.sin_family = AF_INET;
+    a.sin_port = htons(port);
+    a.sin_addr.s_addr = htonl(INADDR_ANY);
+    return bind(SOCKET(s), reinterpret_cast<sockaddr *>(&a), sizeof a) == 0;
+}
+
+bool listen_socket(Socket s, int backlog) { return listen(SOCKET(s), backlog) == 0; }
+
+Socket accept_socket(Socket listener, SockAddr4 *peer) {
+    sockaddr_in a = {};
+    int len = sizeof a;
+    const SOCKET s = accept(SOCKET(listener), reinterpret_cast<sockaddr *>(&a), &len);
+    if (s == INVALID_SOCKET) return kNoSocket;
+    if (peer) {
+        std::memset(peer, 0, sizeof *peer);
+        peer->family = AF_INET;
+        peer->port = a.sin_port;
+        peer->address = a.sin_addr.s_addr;
+    }
+    return Socket(s);
+}
+
+bool connect_socket(Socket s, const SockAddr4 &to) {
+    sockaddr_in a = {};
+    a.sin_family = AF_INET;
+    a.sin_port = to.port;
+    a.sin_addr.s_addr = to.address;
+    return connect(SOCKET(s), reinterpret_cast<sockaddr *>(&a), sizeof a) == 0;
+}
+
+bool resolve_host(const char *name, uint32_t *address) {
+    if (!name) {
+        WSASetLastError(WSAHOST_NOT_FOUND);
+        return false;
+    }
+    const hostent *h = gethostbyname(name);
+    if (!h || h->h_addrtype != AF_INET || !h->h_addr_list[0]) return false;
+    std::memcpy(address, h->h_addr_list[0], 4);
+    return true;
+}
+
+bool parse_dotted(const char *text, uint32_t *address) {
+    const unsigned long a = text ? inet_addr(text) : INADDR_NONE;
+    if (a == INADDR_NONE && (!text || std::strcmp(text, "255.255.255.255") != 0)) {
+        WSASetLastError(WSAEINVAL);
+        return false;
+    }
+    *address = uint32_t(a);
+    return true;
+}
+
+SockAddr4 ipv4_address(uint32_t address, uint16_t port) {
+    SockAddr4 a = {};
+    a.family = AF_INET;
+    a.port = htons(port);
+    a.address = address;
+    return a;
+}
+
+void set_no_delay(Socket s) {
+    const BOOL on = TRUE;
+    setsockopt(SOCKET(s), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char *>(&on), sizeof on);
+}
+
+int wait_socket(Socket s, bool forWrite, uint32_t timeoutMs) {
+    fd_set set;
+    FD_ZERO(&set);
+    FD_SET(SOCKET(s), &set);
+    timeval tv;
+    tv.tv_sec = long(timeoutMs / 1000);
+    tv.tv_usec = long(timeoutMs % 1000) * 1000;
+    const int rc = select(0, forWrite ? nullptr : &set, forWrite ? &set : nullptr, nullptr, &tv);
+    return rc == SOCKET_ERROR ? -1 : rc > 0 ? 1 : 0;
+}
+
+int recv_socket(Socket s, void *buffer, int count) {
+    const int n = recv(SOCKET(s), static_cast<char *>(buffer), count, 0);
+    return n == SOCKET_ERROR ? -1 : n;
+}
+
+int send_socket(Socket s, const void *buffer, int count) {
+    const int n = send(SOCKET(s), static_cast<const char *>(buffer), count, 0);
+    return n == SOCKET_ERROR ? -1 : n;
+}
+
+int try_recv_socket(Socket, void *, int) { return kWouldBlock; }
+int try_send_socket(Socket, const void *, int) { return kWouldBlock; }
+
+bool close_socket(Socket s) { return closesocket(SOCKET(s)) == 0; }
+
+// ---- named pipes -------------------------------------------------------------------------
+
+struct Pipe {
+    HANDLE handle = INVALID_HANDLE_VALUE;
+    HANDLE event = nullptr;  // one per pipe end: it is used by one thread at a time
+};
+
+namespace {
+
+Pipe *wrap(HANDLE h) {
+    if (h == INVALID_HANDLE_VALUE) return nullptr;
+    Pipe *p = new Pipe;
+    p->handle = h;
+    p->event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    if (!p->event) {
+        CloseHandle(h);
+        delete p;
+        return nullptr;
+    }
+    return p;
+}
+
+// Cancels an I/O still under way and waits for it to end, so that the system no longer
+// touches the caller's buffer or OVERLAPPED.
+void cancel_io(Pipe *p, OVERLAPPED *ov) {
+    DWORD ignored = 0;
+    CancelIo(p->handle);
+    GetOverlappedResult(p->handle, ov, &ignored, TRUE);
+}
+
+bool transfer(Pipe *p, bool write, char *at, uint32_t count, uint32_t intervalMs,
+              const int32_t *connected) {
+    while (count > 0) {
+        OVERLAPPED ov = {};
+        ov.hEvent = p->event;
+        const BOOL started = write ? WriteFile(p->handle, at, count, nullptr, &ov)
+                                   : ReadFile(p->handle, at, count, nullptr, &ov);
+        if (!started && GetLastError() != ERROR_IO_PENDING) return false;
+        DWORD done = 0;
+        while (!GetOverlappedResult(p->handle, &ov, &done, FALSE)) {
+            if (GetLastError() != ERROR_IO_INCOMPLETE) return false;
+            if (!*connected) {
+                cancel_io(p, &ov);
+                return false;
+            }
+            WaitForSingleObject(p->event, intervalMs);
+        }
+        // A byte-mode read ends with what has arrived; the rest is read by the next one.
+        at += done;
+        count -= done;
+    }
+    return true;
+}
+
+}  // namespace
+
+Pipe *pipe_create(const char *name) {
+    return wrap(CreateNamedPipeA(name, PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | FILE_FLAG_WRITE_THROUGH,
+                                 PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT,
+                                 PIPE_UNLIMITED_INSTANCES, 512, 512, 0, nullptr));
+}
+
+int pipe_wait_client(Pipe *p, uint32_t timeoutMs, uint32_t pollMs, const int32_t *keepWaiting) {
+    OVERLAPPED ov = {};
+    ov.hEvent = p->event;
+    if (ConnectNamedPipe(p->handle, &ov)) return 1;
+    const DWORD err = GetLastError();
+    if (err == ERROR_PIPE_CONNECTED) return 1;
+    if (err != ERROR_IO_PENDING) return -1;
+    const ULONGLONG start = GetTickCount64();
+    for (;;) {
+        DWORD ignored = 0;
+        if (GetOverlappedResult(p->handle, &ov, &ignored, FALSE)) return 1;
+        if (GetLastError() != ERROR_IO_INCOMPLETE) return -1;
+        if (!*keepWaiting || (timeoutMs != 0 && GetTickCount64() - start >= timeoutMs)) {
+            cancel_io(p, &ov);
+            return 0;
+        }
+        WaitForSingleObject(p->event, pollMs);
+    }
+}
+
+Pipe *pipe_open(const char *name) {
+    return wrap(CreateFileA(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                            FILE_FLAG_WRITE_THROUGH | FILE_FLAG_OVERLAPPED, nullptr));
+}
+
+bool pipe_read(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs, const int32_t *connected) {
+    return transfer(p, false, static_cast<char *>(buffer), count, intervalMs, connected);
+}
+
+bool pipe_write(Pipe *p, const void *buffer, uint32_t count, uint32_t intervalMs,
+                const int32_t *connected) {
+    return transfer(p, true, const_cast<char *>(static_cast<const char *>(buffer)), count,
+                    intervalMs, connected);
+}
+
+void pipe_flush(Pipe *p) { FlushFileBuffers(p->handle); }
+
+void pipe_disconnect(Pipe *p) { DisconnectNamedPipe(p->handle); }
+
+void pipe_close(Pipe *p) {
+    if (!p) return;
+    CloseHandle(p->handle);
+    CloseHandle(p->event);
+    delete p;
+}
+
+void default_beep() { MessageBeep(MB_OK); }
+
+}  // namespace plat

@@ -1,0 +1,56 @@
+#include "xml/xml_output.h"
+
+#include <cstring>
+
+#include "platform/files.h"
+#include "xml/xml_tree.h"
+
+namespace tarn::xml {
+
+OutputFile::~OutputFile() { release(); }
+
+void OutputFile::release() {
+    if (file_) {
+        file_->lpVtbl->Release(file_);
+        file_ = nullptr;
+    }
+    FreeGlobal(work_);
+    work_ = nullptr;
+}
+
+bool OutputFile::create(const char *name) {
+    name_ = name;
+    work_ = static_cast<char *>(AllocGlobal(kWorkBufferSize));
+    file_ = CreateIXFileCached();
+    if (!work_ || !file_ || !name) {
+        release();
+        return false;
+    }
+    if (!file_->lpVtbl->Create(file_, name)) {
+        release();
+        return false;
+    }
+    return true;
+}
+
+bool OutputFile::line(const char *text) { return file_->lpVtbl->WriteLine(file_, text) != 0; }
+
+bool OutputFile::write(const char *text, size_t count) {
+    return count == 0 || file_->lpVtbl->Write(file_, text, int32_t(count)) != 0;
+}
+
+int32_t OutputFile::finish(bool written) {
+    // The cached blocks reach the disk at Close: a failure there is a failed write too.
+    const bool closed = file_->lpVtbl->Close(file_) != 0;
+    release();
+    if (written && closed) return 1;
+    plat::delete_file(name_);
+    return 0;
+}
+
+size_t read_raw_value(const XML_Node *node, char *out, size_t size) {
+    const int32_t got = read_value(node, out, int32_t(size));
+    return got > 0 ? size_t(got) : 0;
+}
+
+}  // namespace tarn::xml

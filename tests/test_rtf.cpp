@@ -1,0 +1,192 @@
+// RTF memos to plain text: the keyword table, destinations and "\*", "\bin", hexadecimal escapes,
+// the error texts, and an output that never leaves the caller's buffer.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tarngdi32.h"
+
+namespace {
+
+const std::string kGuard(32, '\x5A');
+
+// koRtf2Ansi in a buffer of the text and its NUL, with guard bytes behind that must stay as they are.
+std::string convert(const std::string &text) {
+    std::string buffer = text + '\0' + kGuard;
+    EXPECT_EQ(koRtf2Ansi(&buffer[0]), 1);
+    EXPECT_EQ(buffer[text.size()], '\0') << "the buffer's last byte is its NUL";
+    EXPECT_EQ(buffer.substr(text.size() + 1), kGuard) << "written past the buffer";
+    return buffer.substr(0, std::strlen(buffer.c_str()));
+}
+
+// A document whose skipped first group leaves room for error texts; `body` goes on inside it.
+std::string open_doc(const std::string &body) { return "{\\rtf1{\\*\\pad" + std::string(150, '.') + "}" + body; }
+std::string doc(const std::string &body) { return open_doc(body) + "}"; }
+
+struct Case {
+    std::string in, out;
+};
+
+void expect_all(const std::vector<Case> &cases) {
+    for (const auto &c : cases) EXPECT_EQ(convert(c.in), c.out) << "input: " << c.in;
+}
+
+struct Usage {
+    uint32_t blocks = 0, bytes = 0;
+    Usage() { GetGlobalUsage(&blocks, &bytes); }
+    bool operator==(const Usage &o) const { return blocks == o.blocks && bytes == o.bytes; }
+};
+
+TEST(Rtf2Ansi, MemoTexts) {
+    expect_all({
+        {"{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 Hallo\\par Welt}", "Hallo\r\nWelt"},
+        {"{\\rtf1 a\\tab b}", "a b"},
+        {"{\\rtf1 \\ldblquote x\\rdblquote}", "\"x\""},
+        {"{\\rtf1 caf\\'e9}", "caf\xE9"},
+        {"{\\rtf1 \\'07x}", "x"},
+        {"{\\rtf1 a}b", "ab"},
+        {"{\\rtf1{\\foo x}y}", "xy"},
+        {"{\\rtf1{\\*\\foo x{\\b y}z}w}", "w"},
+        {"{\\rtf1 x\\u8364?y}", "x?y"},  // "\u" is underline here: the fallback character shows
+        {"{\\rtf1 \xC4\xD6\xDC\xDF}", "\xC4\xD6\xDC\xDF"},
+        // Error texts that do not fit the buffer are cut at its end.
+        {"{\\rtf1 abc", "abcRTF-Err"},
+        {"{\\rtf1 \\'zz}", "RTF-Error(4)"},
+        {"{\\rtf", "RTF-E"},
+    });
+}
+
+TEST(Rtf2Ansi, OtherTextsStayAsTheyAre) {
+    for (const char *text : {"{\\RTF1 x}", " {\\rtf1 x}", "", "{\\rt", "{\\Rtf1 x}", "\\rtf1 x", "{{\\rtf1 x}}",
+                             "Hallo\r\nWelt"})
+        EXPECT_EQ(convert(text), text);
+    EXPECT_EQ(koRtf2Ansi(nullptr), 1);
+}
+
+TEST(Rtf2Ansi, KeywordTable) {
+    // Known properties end "\*" without skipping; their parameters do not matter.
+    for (const char *kw : {"b", "u", "i", "li", "ri", "fi", "cols", "sbknone", "sbkcol", "sbkeven", "sbkodd",
+                           "sbkpage", "pgnx", "pgny", "pgndec", "pgnucrm", "pgnlcrm", "pgnucltr", "pgnlcltr", "qc",
+                           "ql", "qr", "qj", "paperw", "paperh", "margl", "margr", "margt", "margb", "pgnstart",
+                           "facingp", "landscape"})
+        EXPECT_EQ(convert(doc(std::string("{\\*\\") + kw + " x}{\\" + kw + "7 y}z")), "xyz") << kw;
+    for (const char *kw : {"author", "buptim", "colortbl", "comment", "creatim", "doccomm", "fonttbl", "footer",
+                           "footerf", "footerl", "footerr", "footnote", "ftncn", "ftnsep", "ftnsepc", "header",
+                           "headerf", "headerl", "headerr", "info", "keywords", "operator", "pict", "printim",
+                           "revtim", "rxe", "stylesheet", "subject", "tc", "title", "txe", "xe"})
+        EXPECT_EQ(convert(doc(std::string("{\\") + kw + " x{y}\\par z}{\\*\\" + kw + " q}w")), "w") << kw;
+    // Comparison is exact and case-sensitive; "private1" holds a digit, which no keyword does.
+    for (const char *kw : {"B", "PAR", "Par", "pa", "pars", "fonttbls", "Fonttbl", "privat", "private1", "bi"}) {
+        EXPECT_EQ(convert(doc(std::string("{\\") + kw + " x}y")), "xy") << kw;
+        EXPECT_EQ(convert(doc(std::string("{\\*\\") + kw + " x}y")), "y") << kw;
+    }
+    expect_all({
+        {doc("a\\par{}b"), "a\r\nb"},
+        {doc("a\\par12{}b"), "a\r\nb"},
+        {doc("a\\tab{}b"), "a b"},
+        {doc("a\\ldblquote{}b\\rdblquote{}c"), "a\"b\"c"},
+        {doc("a\\{\\}\\\\b"), "a{}\\b"},
+    });
+}
+
+TEST(Rtf2Ansi, KeywordSyntax) {
+    expect_all({
+        {doc("a\\par  b"), "a\r\n b"},          // one blank belongs to the keyword
+        {doc("a\\par\r\nb"), "a\r\nb"},
+        {doc("a\\{ b"), "a{ b"},                 // a symbol keeps the blank behind it
+        {doc("a\\par-b"), "a\r\nb"},             // a sign without digits is still read
+        {doc("a\\li-720 b"), "ab"},
+        {doc("a\\foo123 b\\foo99999999999999999999 c"), "abc"},
+        {doc("a\r\nb\tc"), "ab c"},
+        {doc("a\\\r\nb\\~c\\-d\\\xE4 e"), "abcd e"},
+        {doc("\\*a"), "a"},
+    });
+}
+
+TEST(Rtf2Ansi, SkipIfUnknown) {
+    expect_all({
+        {doc("{\\*\\b\\foo x}y"), "xy"},         // the known keyword took the mark
+        {doc("{\\* a\\foo b}c"), " ac"},         // the mark waits through text
+        {doc("{\\fonttbl\\*}\\foo x"), "x"},     // no mark inside a skipped destination
+        {doc("{\\*}\\foo x"), ""},               // the mark is no part of a group's state
+    });
+}
+
+TEST(Rtf2Ansi, BinaryRuns) {
+    expect_all({
+        {doc("\\bin3 {}\\x"), "{}\\x"},
+        {doc("{\\pict\\bin3 }}{}y"), "y"},
+        {doc("\\li2\\bin {}x"), "{}x"},           // without a parameter: the last one read
+        {doc("{\\fonttbl\\f2}\\bin {}x"), "{}x"},
+        {"{\\rtf\\bin }x}", "}x"},               // a count of 0 still takes one byte
+        {doc("\\bin0 }x"), "}x"},
+        {doc("\\bin-2 {}x"), "{}x"},
+        {doc("a\\bin3 \n\t\rb"), "a\r\n \rb"},
+        {open_doc("\\bin50 abc"), "abcRTF-Error(3): "},
+    });
+}
+
+TEST(Rtf2Ansi, HexadecimalEscapes) {
+    expect_all({
+        {doc("\\'41\\'42"), "AB"},
+        {doc("\\'E9\\'e9\\'ff"), "\xE9\xE9\xFF"},
+        {doc("\\'1f\\'20\\'00x"), " x"},
+        {doc("\\'e\r\n9"), "\xE9"},
+        {doc("{\\fonttbl\\'e9}{\\*\\foo\\'41}x"), "x"},
+        {doc("\\'4{x}1"), "xA"},                 // a group reads text, then takes the escape up again
+        {doc("{\\'4}\\'41"), "A"},                // a cut pair is forgotten
+        {doc("\\'g0"), "RTF-Error(4): 0}"},
+        {doc("\\'0g"), "RTF-Error(4): }"},
+        {doc("\\' 41"), "RTF-Error(4): 41}"},
+        {doc("ok\\'zz"), "okRTF-Error(4): z}"},
+    });
+}
+
+TEST(Rtf2Ansi, ErrorTexts) {
+    expect_all({
+        {open_doc("abc"), "abcRTF-Error(3): "},
+        {open_doc("{{a}"), "aRTF-Error(3): "},
+        {open_doc("\\'e"), "RTF-Error(3): "},
+        {doc("a}b"), "abRTF-Error(1): "},
+        {doc("}}x\ty\nz"), "RTF-Error(1): x y\r\nz}"},
+        {open_doc("\\"), "RTF-Error(7): "},
+        {open_doc("\\li-"), "RTF-Error(7): "},
+        {open_doc("x\\li"), "xRTF-Error(3): "},
+        {doc("}}" + std::string(150, 't')), "RTF-Error(1): " + std::string(100, 't')},
+    });
+}
+
+TEST(Rtf2Ansi, DeepNesting) {
+    const Usage before;
+    EXPECT_EQ(convert("{\\rtf1 " + std::string(5000, '{') + "x" + std::string(5000, '}') + "}"), "x");
+    const std::string deep = "{\\rtf1 a" + std::string(100000, '{') + "x";
+    EXPECT_EQ(convert(deep), "aRTF-Error(2): " + std::string(100, '{'));
+    EXPECT_TRUE(Usage() == before) << "tracked memory left behind";
+}
+
+TEST(Rtf2Ansi, OutputStaysInTheBuffer) {
+    // Line feeds in a binary run become two bytes each.
+    const std::string lines = "{\\rtf1\\bin1000 " + std::string(1000, '\n') + "}";
+    std::string expected;
+    while (expected.size() < lines.size()) expected += "\r\n";
+    EXPECT_EQ(convert(lines), expected.substr(0, lines.size()));
+
+    // Documents pieced together at random; convert() checks the buffer's end each time.
+    const char *pieces[] = {"{", "}", "}", "\\par ", "\\*", "\\foo", "\\bin", "\\bin2 ", "7", "\\'", "e9",
+                            "4", "g", "\\", "\\li-", "\n", "\t", "text ", "\\fonttbl ", "\\pict", "\\{", "-"};
+    std::mt19937 random(20240315);
+    const Usage before;
+    for (int n = 0; n < 3000; ++n) {
+        std::string text = "{\\rtf1";
+        const int count = int(random() % 24);
+        for (int i = 0; i < count; ++i) text += pieces[random() % (sizeof pieces / sizeof *pieces)];
+        const std::string out = convert(text);
+        ASSERT_LE(out.size(), text.size()) << text;
+    }
+    EXPECT_TRUE(Usage() == before) << "tracked memory left behind";
+}
+
+}  // namespace
