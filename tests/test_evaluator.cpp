@@ -67,10 +67,12 @@ TEST(FormulaText, FunctionsInGonConstantsAndTheIntegerPower) {
         {"asin(1)=", 100},    {"acos(0)=", 100},    {"atan(1)=", 50},    {"abs(-3)=", 3},
         {"sqrt(16)=", 4},     {"sqr(16)=", 4},      {"qdrt(3)=", 9},     {"exp(0)=", 1},
         {"log(e)=", 1},       {"log10(1000)=", 3},  {"opt1(0)=", 1},     {"opt1(-5)=", -5},
-        {"SIN(100)=", 1},     {"-sqrt(4)=", -2},    {"sqrt(sqrt(16))=", 2},
+        {"-sqrt(4)=", -2},    {"sqrt(sqrt(16))=", 2},
         {"pi*2=", 6.28},      {"PI*100=", 314},     {"e=", 2.718},
         {"2^2,5=", 8},        {"2^-2=", 0.25},      {"2^-2,5=", 0.125},  {"4^0=", 1},
         {"2^20=", 1048576},   {"0^3=", 0},          {"(-2)^3=", -8},
+        // No whole turns are taken off: the angle times 2 pi / 400 goes to sin as it is.
+        {"sin(1000000000000000)=", 0.001},          {"sin(10000000000000000)=", -0.006},
     };
     expect_values(cases, sizeof cases / sizeof *cases);
 }
@@ -79,6 +81,7 @@ TEST(FormulaText, ComputingFailuresCountAsTheirValueAndStayOutOfTheErrorState) {
     const Case cases[] = {
         {"1/0=", 0},          {"1/0+5=", 5},        {"2^21=", 0},        {"2^-21=", 0},
         {"0^-1=", 0},         {"x+1=", 0},          {"foo(2)=", 0},      {"2(3)=", 0},
+        {"SIN(100)=", 0},     {"Sqrt(4)=", 0},
         {"sqrt(-4)=", 0},     {"log(0)=", 0},       {"0**2=", 0},        {"(-2)**2=", 0},
         {"asin(2)=", 0},      {"exp(1000)=", 0},    {"Wand: =", 0},      {"\" \" =", 0},
         {"x=\n2=", 2},
@@ -107,7 +110,8 @@ TEST(FormulaText, FirstSyntaxErrorIsRecordedWithItsLineAndText) {
         {"2$3=", 1, "E_TERM_ILLEGAL_OPCODE"},
         {"sqrt[4]=", 1, "E_TERM_ILLEGAL_OPCODE"},
         {"(2)3=", 1, "E_TERM_ILLEGAL_OPCODE"},
-        {"1+2)=", 1, "E_TERM_ILLEGAL_OPCODE"},
+        {"1+2)=", 0, "", 3},                       // a closing bracket ends the term
+        {"(1)]+5=", 0, "", 1},
         {"Wand:=", 1, ""},                          // an empty term, unlike a blank one
         {"1=\n3* \n1/0=\nx=\n2+=\n(=", 5, "E_TERM_VALUE_EXPECTED", 1},
     };
@@ -182,8 +186,10 @@ TEST(FormulaText, CopyLineAsTextOrAsBlankFilledField) {
         {"ab\bc", 0, 8, 1, "ac"},
         {"\b\bab", 0, 8, 1, "ab"},
         {"abc\b", 0, 5, 0, "ab   "},
-        {"abcd\b\bx", 0, 4, 1, "abx"},      // backspaces past the cut reach back into the field
-        {"abcde\b", 0, 4, 1, "abc"},
+        {"abcd\b\bx", 0, 4, 1, "ax"},       // what did not fit was not counted either
+        {"abcde\b", 0, 4, 1, "ab"},
+        {"abcde\b", 0, 4, 0, "abc "},
+        {"abcdef\b\bxy", 0, 4, 0, "abxy"},
         {"ab\rcd", 0, 8, 1, "ab"},           // a lone CR ends the copy too
         {"abc", 0, 1, 1, ""},
     };

@@ -137,7 +137,8 @@ TEST(Rtf2Ansi, HexadecimalEscapes) {
         {doc("\\'e\r\n9"), "\xE9"},
         {doc("{\\fonttbl\\'e9}{\\*\\foo\\'41}x"), "x"},
         {doc("\\'4{x}1"), "xA"},                 // a group reads text, then takes the escape up again
-        {doc("{\\'4}\\'41"), "A"},                // a cut pair is forgotten
+        {doc("{\\'4}\\'41"), "D1"},               // a cut pair's digit is the first of the next
+        {doc("\\'4\\'41"), "D1"},
         {doc("\\'g0"), "RTF-Error(4): 0}"},
         {doc("\\'0g"), "RTF-Error(4): }"},
         {doc("\\' 41"), "RTF-Error(4): 41}"},

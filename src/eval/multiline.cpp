@@ -140,22 +140,19 @@ TARN_EXPORT int32_t TARN_CALL koMultilineCopyLine(const char *text, int32_t line
     if (buffer == nullptr || size <= 0) return 1;
     const int32_t room = terminate ? size - 1 : size;
     if (!terminate) std::memset(buffer, ' ', static_cast<size_t>(size));
-    // `length` counts the line as typed, backspaces applied, even past the room, so that a
-    // backspace after the cut removes the right character.
-    int32_t length = 0, written = 0;
+    // One count of copied characters: a backspace takes back the last one copied, characters
+    // beyond the room are neither copied nor counted.
+    int32_t copied = 0;
     for (; *p != '\0' && *p != '\n' && *p != '\r'; ++p) {
         if (*p == '\b') {
-            if (length > 0) --length;
-            continue;
+            if (copied > 0) {
+                --copied;
+                if (!terminate) buffer[copied] = ' ';  // the field shows a blank where it was
+            }
+        } else if (copied < room) {
+            buffer[copied++] = *p;
         }
-        if (length < room) {
-            buffer[length] = *p;
-            if (length >= written) written = length + 1;
-        }
-        ++length;
     }
-    const int32_t kept = length < room ? length : room;
-    if (terminate) buffer[kept] = '\0';
-    else std::memset(buffer + kept, ' ', static_cast<size_t>(written > kept ? written - kept : 0));
+    if (terminate) buffer[copied] = '\0';
     return 1;
 }

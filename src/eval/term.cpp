@@ -54,11 +54,7 @@ double checked_arc(double x, double (*f)(double), const char *domain) {
     return f(x);
 }
 
-double radians_of_gon(double x) {
-    // Whole turns are taken off first, so a large angle gives the same value under every
-    // platform's library, whose argument reductions differ.
-    return std::fmod(x, 400.0) * (kTwoPi / 400);
-}
+double radians_of_gon(double x) { return x * (kTwoPi / 400); }
 
 double gon_of_radians(double x) { return x * 400 / kTwoPi; }
 
@@ -96,9 +92,8 @@ TermResult TermEvaluator::evaluate(const char *term, size_t length) {
     if (term_.empty()) {
         fail(kTermEmpty);
     } else {
+        // A closing bracket at the top level ends the term as the end or "=" does.
         const int32_t first = parse_sequence(0);
-        // A closing bracket that opened nothing is no operator either.
-        if (first >= 0 && is_close(term_[pos_])) fail(kIllegalOpcode);
         if (error_ == kTermOk && resolve_names()) {
             state().mathError = false;
             state().mathText[0] = '\0';
@@ -234,7 +229,6 @@ int32_t TermEvaluator::parse_operand(int depth) {
 // Variables and functions are looked up before anything is computed; an unknown one leaves the
 // term at 0.
 bool TermEvaluator::resolve_names() {
-    char lowered[8];
     for (auto &node : nodes_) {
         if (node.kind == Kind::Variable) {
             const char *name = term_.c_str() + node.name;
@@ -250,17 +244,14 @@ bool TermEvaluator::resolve_names() {
                 return false;
             }
         } else if (node.kind == Kind::Function) {
-            // Function names are compared in lower case, as variable names are.
+            // Function names, "(" included, must match exactly: "SIN(" is no function.
             bool found = false;
-            if (node.nameLen < sizeof lowered) {
-                for (uint32_t i = 0; i < node.nameLen; ++i) lowered[i] = lower(term_[node.name + i]);
-                lowered[node.nameLen] = '\0';
-                for (const auto &f : kFunctions) {
-                    if (std::strcmp(f.name, lowered) == 0) {
-                        node.value = f.function;
-                        found = true;
-                        break;
-                    }
+            const char *name = term_.c_str() + node.name;
+            for (const auto &f : kFunctions) {
+                if (std::strlen(f.name) == node.nameLen && std::memcmp(f.name, name, node.nameLen) == 0) {
+                    node.value = f.function;
+                    found = true;
+                    break;
                 }
             }
             if (!found) {

@@ -22,8 +22,7 @@ enum TermError : int32_t {
     kUnknownVariable = 9,
 };
 
-// Brackets and function calls nested deeper than this are refused with kRightParenthesisExpected:
-// parsing and computing recurse once per level, and no hand-written term comes near it.
+// The library's guard against stack exhaustion: deeper nesting fails with kRightParenthesisExpected.
 constexpr int kMaxNesting = 200;
 
 // Operator codes: the high 16 bits number the operator, the low 4 its binding strength.

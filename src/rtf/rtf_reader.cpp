@@ -15,7 +15,7 @@ namespace {
 enum Destination : int32_t { kDestNormal = 0, kDestSkip = 1 };
 enum InputState : int32_t { kInputNormal = 0, kInputBinary = 1, kInputHex = 2 };
 
-// Far deeper than any editor nests; a group beyond it counts as one without memory (error 2).
+// The library's guard against memory exhaustion: a group beyond it fails as without memory (error 2).
 constexpr int32_t kMaxGroups = 8192;
 constexpr int32_t kFirstStackSize = 32;
 // How much of the remaining input follows an error message.
@@ -261,10 +261,8 @@ int32_t Reader::special(int32_t action) {
         binaryLeft = lastParameter;
         return kOk;
     case kSpecialHex:
-        // Each escape starts a new pair: a digit left over from a cut one is forgotten.
+        // Only the state changes: a digit left over from a cut pair stays and is the first of this one.
         input = kInputHex;
-        hexDigits = 0;
-        hexValue = 0;
         return kOk;
     case kSpecialSkipUnknown:
         skipUnknown = 1;
