@@ -641,12 +641,26 @@ TEST(RequestService, ThirtyTwoClientsAtOnce) {
 
 void TARN_CALL quiet_report(uint32_t, const char *, uint32_t) {}
 
-// args: port, flags. Serves until a client shuts the server down; 3 when none did within 60 s.
+// How long the handler of a child's server takes over requests 30 and 31 before the library
+// answers them.
+int shutdownRequestDelayMs = 0;
+
+int32_t TARN_CALL slow_shutdown_handler(void *frame) {
+    koRequestHeader h;
+    std::memcpy(&h, frame, sizeof h);
+    if (h.RequestId == 30 || h.RequestId == 31) test_env::sleep_ms(shutdownRequestDelayMs);
+    return test_handler(frame);
+}
+
+// args: port, flags[, ms the handler takes over requests 30 and 31]. Serves until a client
+// shuts the server down; 3 when none did within 60 s.
 int request_server(const std::vector<std::string> &args) {
-    if (args.size() != 2) return 2;
+    if (args.size() != 2 && args.size() != 3) return 2;
+    if (args.size() == 3) shutdownRequestDelayMs = std::stoi(args[2]);
     koInitIP();
     void *server = koServerCreate(uint32_t(std::stoi(args[0])), uint16_t(std::stoi(args[1])),
-                                  test_handler, quiet_report);
+                                  args.size() == 3 ? slow_shutdown_handler : test_handler,
+                                  quiet_report);
     if (!server) return 4;
     for (const auto until = Clock::now() + std::chrono::seconds(60); koServerIsRunning(server);) {
         if (Clock::now() > until) return 3;
@@ -736,6 +750,21 @@ TEST(RequestServiceShutdown, WithoutForceOnlyTheLastConnectionStopsTheServer) {
         EXPECT_EQ(test_env::wait_child(child), 0);
         koClientCleanup(only);
     }
+}
+
+TEST(RequestServiceShutdown, ForcedShutdownHoldsWhenTheReplyCannotBeWritten) {
+    Watchdog dog(90, "ForcedShutdownHoldsWhenTheReplyCannotBeWritten");
+    ASSERT_NE(shared_server(), nullptr);  // the port block
+    const uint16_t port = child_port(30);
+    // The server's handler takes 300 ms over the request: by then the client is gone, and the
+    // reply's write fails.
+    auto child = test_env::start_self({"--role", "request-server", std::to_string(port), "2", "300"});
+    ASSERT_GT(child.id, 0);
+    RawEnd raw;
+    ASSERT_TRUE(raw.connect(kPipe, port));
+    ASSERT_TRUE(raw.send(frame(31, 0, 0, 0x2511)));
+    raw.close();
+    EXPECT_EQ(test_env::wait_child(child), 0) << "the server was not shut down";
 }
 
 TEST(RequestServiceShutdown, ServerRolesOfTheirOwn) {

@@ -215,13 +215,36 @@ int32_t koSocketClient::Close() {
     return 1;
 }
 
+// Fails once the listener is no longer the server's (cleanup took it) or no longer a socket:
+// until then a failed accept (no descriptors or buffers left, say) is reported and tried again
+// 100 ms later.
 int32_t koSocketServer::Open(const char *hostText, uint16_t portNumber, uint32_t timeoutSeconds,
                              uint32_t intervalMs) {
     koConnect::Open(hostText, portNumber, timeoutSeconds, intervalMs);
-    socket = plat::accept_socket(server().listener.load(), &peer);
-    if (socket == plat::kNoSocket) {
+    Listener &current = server().listener;
+    const Listener::Seen waitsOn = {listener, listenerGeneration};
+    for (;;) {
+        // The number of a listener already closed may belong to another socket by now.
+        if (!current.is_current(waitsOn)) {
+            plat::set_socket_error(10004);
+            report_socket_error("accept");
+            return 0;
+        }
+        socket = plat::accept_socket(waitsOn.socket, &peer);
+        const bool stillOurs = current.is_current(waitsOn);
+        if (socket != plat::kNoSocket && stillOurs) break;
+        if (socket != plat::kNoSocket) {
+            // Taken just as cleanup closed the listener, or from a socket that got its number
+            // afterwards: not a connection of this server.
+            plat::close_socket(socket);
+            socket = plat::kNoSocket;
+            plat::set_socket_error(10004);
+        }
+        // A listener that is no socket (any more), or a socket layer stopped, never recovers.
+        const int error = plat::socket_error();
         report_socket_error("accept");
-        return 0;
+        if (!stillOurs || error == 10009 || error == 10038 || error == 10093) return 0;
+        plat::sleep_ms(100);
     }
     plat::set_no_delay(socket);
     connected = 1;

@@ -74,6 +74,11 @@ class koSocketServer : public koConnectSocket {
 public:
     int32_t Open(const char *host, uint16_t port, uint32_t timeout, uint32_t interval) override;
     int32_t Close() override;
+
+    // The server's listening socket this end is to be accepted from, and that socket's
+    // generation (see ServerState); set before Open.
+    plat::Socket listener = plat::kNoSocket;
+    uint32_t listenerGeneration = 0;
 };
 
 }  // namespace tarn::ipc

@@ -61,8 +61,8 @@ bool client_transaction(koConnect &c, uint16_t request, const void *data, uint16
     c.header.RequestId = request;
     c.header.UserDataLength = length;
     c.header.FrameMark = kRequestMark;
-    // A small frame goes out in one write, so the server wakes once for it; a failure then
-    // counts as one of the header.
+    // A small frame goes out in one write, so the server wakes once for it.
+    // A failure of that combined write reports "Request::WriteBytes(RequestId)", as for the header.
     unsigned char small[kHeaderBytes + kOneWriteData];
     const bool oneWrite = length > 0 && length <= kOneWriteData;
     if (oneWrite) {
@@ -161,13 +161,14 @@ Step serve_request(koConnect &c, unsigned char *frame) {
     }
     h.FrameMark = kReplyMark;
     put_header(frame, h);
+    bool written = true;
     if (request != 0 && c.connected && !s.shutdown) {
         // A handler's reply longer than the buffer is not sent: the connection ends as after
         // a failed write.
-        if (h.UserDataLength > kMaxUserData ||
-            !c.WriteBytes(frame, kHeaderBytes + h.UserDataLength))
-            return Step::End;
+        written = h.UserDataLength <= kMaxUserData &&
+                  c.WriteBytes(frame, kHeaderBytes + h.UserDataLength);
     }
+    // The shutdown requests take effect whether or not their reply reached the client.
     if (request == 30) {
         if (s.active == 1) shut_down_by_client();
         return Step::End;
@@ -176,7 +177,7 @@ Step serve_request(koConnect &c, unsigned char *frame) {
         shut_down_by_client();
         return Step::End;
     }
-    return step;
+    return written ? step : Step::End;
 }
 
 }  // namespace tarn::ipc

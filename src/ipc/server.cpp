@@ -20,17 +20,55 @@ namespace {
 
 enum class Transport { Socket, Pipe };
 
-void start_acceptor(Transport t);
+// One chain of acceptors: its transport and, for sockets, the listener it takes connections from.
+struct Chain {
+    Transport transport;
+    Listener::Seen listener;
+};
 
-void serve_connection(Transport t) {
+// The pause before a thread or memory that could not be had is asked for again.
+constexpr int kRetryMs = 50;
+
+// A socket chain lasts as long as its listener is the server's, a pipe chain as the process.
+bool wanted(const Chain &chain) {
+    return chain.transport == Transport::Pipe || server().listener.is_current(chain.listener);
+}
+
+koConnect *new_connection(const Chain &chain) {
+    if (chain.transport == Transport::Pipe) return new (std::nothrow) koPipeServer;
+    koSocketServer *conn = new (std::nothrow) koSocketServer;
+    if (conn) {
+        conn->listener = chain.listener.socket;
+        conn->listenerGeneration = chain.listener.generation;
+    }
+    return conn;
+}
+
+void start_acceptor(const Chain &chain);
+
+void serve_connection(Chain chain) {
     plat::sleep_ms(1);
     ServerState &s = server();
-    koConnect *conn = t == Transport::Socket ? static_cast<koConnect *>(new (std::nothrow) koSocketServer)
-                                             : new (std::nothrow) koPipeServer;
-    unsigned char *frame = new (std::nothrow) unsigned char[kFrameBytes]();
-    if (conn && frame && conn->Open(s.computerName, s.port, 0, 1)) {
+    koConnect *conn = nullptr;
+    unsigned char *frame = nullptr;
+    // Short of memory the acceptor waits for some rather than ending the chain.
+    for (;;) {
+        if (!conn) conn = new_connection(chain);
+        if (!frame) frame = new (std::nothrow) unsigned char[kFrameBytes]();
+        if (conn && frame) break;
+        if (!wanted(chain)) {
+            delete[] frame;
+            delete conn;
+            return;
+        }
+        plat::sleep_ms(kRetryMs);
+    }
+    // The acceptor's own copy: a later koServerCreate may write the server's meanwhile.
+    char host[261];
+    s.copy_computer_name(host);
+    if (conn->Open(host, s.port.load(), 0, 1)) {
         plat::sleep_ms(1);
-        start_acceptor(t);
+        start_acceptor(chain);
         ++s.active;
         // Between two requests the connection waits on its next one, not on a clock.
         while (serve_request(*conn, frame) == Step::Continue) {
@@ -43,13 +81,28 @@ void serve_connection(Transport t) {
     delete conn;
 }
 
-void start_acceptor(Transport t) {
-    try {
-        std::thread(serve_connection, t).detach();
-    } catch (const std::exception &) {
-        // Without a thread the chain of acceptors of this transport ends here.
+void start_acceptor(const Chain &chain) {
+    // Without a thread for now the chain goes on once one can be had.
+    for (;;) {
+        try {
+            std::thread(serve_connection, chain).detach();
+            break;
+        } catch (const std::exception &) {
+        }
+        if (!wanted(chain)) break;
+        plat::sleep_ms(kRetryMs);
     }
     plat::sleep_ms(1);
+}
+
+// Takes the listening socket from the server and closes it. It is shut down first, which
+// wakes the acceptor waiting on it; that one then finds the listener is no longer the server's.
+void close_listener() {
+    const plat::Socket listener = server().listener.take();
+    if (listener == plat::kNoSocket) return;
+    plat::shutdown_socket(listener);
+    plat::close_socket(listener);
+    plat::sleep_ms(100);
 }
 
 bool start_sockets(uint16_t port) {
@@ -67,8 +120,9 @@ bool start_sockets(uint16_t port) {
         plat::close_socket(sock);
         return false;
     }
-    server().listener = sock;
-    start_acceptor(Transport::Socket);
+    // One listener per process: one a server created before has is closed, ending its acceptors.
+    close_listener();
+    start_acceptor({Transport::Socket, server().listener.install(sock)});
     return true;
 }
 
@@ -85,8 +139,9 @@ TARN_EXPORT int32_t TARN_CALL koExitIP(void) {
     return 1;
 }
 
-// A second server in the same process takes over handler, log procedure and port; the
-// connections and acceptors of the first go on with them.
+// A second server in the same process takes over handler, log procedure, port and the
+// listening socket (the first one's socket acceptors end); the first's open connections and pipe
+// acceptors go on with them.
 TARN_EXPORT void *TARN_CALL koServerCreate(uint32_t port, uint16_t flags, koRequestHandler handler,
                                            koLogProc log) {
     koConnect *token = new (std::nothrow) koConnect;
@@ -95,9 +150,8 @@ TARN_EXPORT void *TARN_CALL koServerCreate(uint32_t port, uint16_t flags, koRequ
     s.handler = handler;
     s.log = log;
     s.port = uint16_t(port);
-    const std::string name = plat::computer_name();
-    std::snprintf(s.computerName, sizeof s.computerName, "%s", name.c_str());
-    if ((flags & KO_SERVER_SOCKETS) && !start_sockets(s.port)) {
+    s.set_computer_name(plat::computer_name().c_str());
+    if ((flags & KO_SERVER_SOCKETS) && !start_sockets(uint16_t(port))) {
         delete token;
         return nullptr;
     }
@@ -108,7 +162,7 @@ TARN_EXPORT void *TARN_CALL koServerCreate(uint32_t port, uint16_t flags, koRequ
         return nullptr;
     }
     report(kLogProgress, "Pipe-Dienst wird gestartet");
-    start_acceptor(Transport::Pipe);
+    start_acceptor({Transport::Pipe, {plat::kNoSocket, 0}});
     return token;
 }
 
@@ -136,11 +190,7 @@ TARN_EXPORT void TARN_CALL koServerSockets(void *handle, uint32_t *active, uint3
 TARN_EXPORT void TARN_CALL koServerCleanup(void *handle) {
     if (!handle) return;
     report(kLogProgress, "The server is done.");
-    const plat::Socket listener = server().listener.exchange(plat::kNoSocket);
-    if (listener != plat::kNoSocket) {
-        plat::close_socket(listener);
-        plat::sleep_ms(100);
-    }
+    close_listener();
     plat::sleep_ms(100);
     delete static_cast<koConnect *>(handle);
 }

@@ -1,6 +1,7 @@
 #include "ipc/server_state.h"
 
 #include <cstdio>
+#include <cstring>
 
 #include "platform/net.h"
 #include "platform/system.h"
@@ -11,6 +12,40 @@ ServerState &server() {
     // Never destroyed: connection threads may still run while the process exits.
     static ServerState *state = new ServerState;
     return *state;
+}
+
+Listener::Seen Listener::current() {
+    std::lock_guard<std::mutex> hold(lock_);
+    return {socket_, generation_};
+}
+
+bool Listener::is_current(const Seen &seen) {
+    std::lock_guard<std::mutex> hold(lock_);
+    return seen.socket != plat::kNoSocket && seen.socket == socket_ && seen.generation == generation_;
+}
+
+Listener::Seen Listener::install(plat::Socket s) {
+    std::lock_guard<std::mutex> hold(lock_);
+    socket_ = s;
+    return {socket_, ++generation_};
+}
+
+plat::Socket Listener::take() {
+    std::lock_guard<std::mutex> hold(lock_);
+    const plat::Socket s = socket_;
+    socket_ = plat::kNoSocket;
+    ++generation_;
+    return s;
+}
+
+void ServerState::set_computer_name(const char *name) {
+    std::lock_guard<std::mutex> hold(nameLock_);
+    std::snprintf(computerName_, sizeof computerName_, "%s", name ? name : "");
+}
+
+void ServerState::copy_computer_name(char (&into)[261]) {
+    std::lock_guard<std::mutex> hold(nameLock_);
+    std::memcpy(into, computerName_, sizeof into);
 }
 
 void report(uint32_t code, const char *text, uint32_t flag) {

@@ -32,7 +32,9 @@ Socket tcp_socket();  // IPv4 stream socket, kNoSocket on failure
 // does not wait out the TIME_WAIT of its last connections.
 bool bind_any(Socket s, uint16_t port);
 bool listen_socket(Socket s, int backlog);
-// Blocks until a connection arrives or the listener is closed; kNoSocket on failure.
+// Blocks until a connection arrives or the listener is shut down or closed; kNoSocket on
+// failure. A pending connection that went away before it was taken (reset, aborted, its network
+// gone) and an interrupted wait are passed over: the call goes on waiting for the next one.
 Socket accept_socket(Socket listener, SockAddr4 *peer);
 bool connect_socket(Socket s, const SockAddr4 &to);
 // The first IPv4 address of a host name (gethostbyname), in network order.
@@ -54,6 +56,11 @@ int try_recv_socket(Socket s, void *buffer, int count);
 int try_send_socket(Socket s, const void *buffer, int count);
 // Closes a socket; a thread blocked in accept on it returns with an error.
 bool close_socket(Socket s);
+// Shuts a socket down in both directions without closing it: a thread blocked in accept on a
+// listening socket wakes (where the system does that), and the socket's number stays taken.
+void shutdown_socket(Socket s);
+// Sets the calling thread's last socket error (a WSA number), for a failure found by the caller.
+void set_socket_error(int wsaError);
 
 struct Pipe;
 

@@ -85,8 +85,8 @@ int run_request(const Args &args) {
         std::fputc('\n', stdout);
     }
     if (!ok) std::fprintf(stderr, "tarn request: request %ld failed\n", id);
-    // Request 2 ends the connection itself; there is nothing left to log out of.
-    if (ok && id != 2) koClientLogout(c);
+    // Requests 2, 30 and 31 end the connection themselves; there is nothing left to log out of.
+    if (ok && id != 2 && id != 30 && id != 31) koClientLogout(c);
     disconnect(c);
     return ok ? kOk : kFailure;
 }

@@ -8,6 +8,7 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -65,6 +66,28 @@ int wsa_number(int e) {
 
 void fail_with(int e) { lastSocketError = wsa_number(e); }
 
+// Errors of accept that concern one pending connection only, or a signal: the listener is fine
+// and the next connection can be taken at once. Linux reports a pending connection's network
+// errors through accept as well.
+bool passing_accept_error(int e) {
+    switch (e) {
+    case EINTR:
+    case ECONNABORTED:
+    case EPROTO:
+    case ENOPROTOOPT:
+    case ENETDOWN:
+    case ENETUNREACH:
+    case EHOSTDOWN:
+    case EHOSTUNREACH:
+#ifdef ENONET
+    case ENONET:
+#endif
+        return true;
+    default:
+        return false;
+    }
+}
+
 int fd_of(Socket s) { return s == kNoSocket ? -1 : int(s); }
 
 void wait_poll(int fd, short events, uint32_t ms) {
@@ -110,8 +133,9 @@ Socket accept_socket(Socket listener, SockAddr4 *peer) {
     socklen_t len = sizeof a;
     int fd;
     do {
+        len = sizeof a;
         fd = accept4(fd_of(listener), reinterpret_cast<struct sockaddr *>(&a), &len, SOCK_CLOEXEC);
-    } while (fd < 0 && errno == EINTR);
+    } while (fd < 0 && passing_accept_error(errno));
     if (fd < 0) {
         fail_with(errno);
         return kNoSocket;
@@ -238,6 +262,10 @@ bool close_socket(Socket s) {
     return false;
 }
 
+void shutdown_socket(Socket s) { shutdown(fd_of(s), SHUT_RDWR); }
+
+void set_socket_error(int wsaError) { lastSocketError = wsaError; }
+
 // ---- named pipes as Unix domain sockets ----------------------------------------------------
 
 struct Pipe {
@@ -260,6 +288,12 @@ std::string runtime_folder() {
     }
     for (size_t i = 1; i <= dir.size(); ++i)
         if (i == dir.size() || dir[i] == '/') mkdir(dir.substr(0, i).c_str(), 0700);
+    // The folder holds the pipes' sockets and locks: it must be our own, closed to everyone
+    // else, and not a link somewhere else (in /tmp anybody could have made it first).
+    struct stat st;
+    if (lstat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode) || st.st_uid != getuid() ||
+        (st.st_mode & 077) != 0)
+        return std::string();
     return dir;
 }
 
@@ -286,7 +320,9 @@ std::string socket_path(const char *name) {
     if (!same_text_ignoring_case(pipePart, "pipe\\")) return std::string();
     const std::string leaf = s.substr(hostEnd + 6);
     if (leaf.empty() || leaf.find_first_of("/\\") != std::string::npos) return std::string();
-    const std::string path = runtime_folder() + "/" + leaf;
+    const std::string folder = runtime_folder();
+    if (folder.empty()) return std::string();
+    const std::string path = folder + "/" + leaf;
     if (path.size() >= sizeof(sockaddr_un::sun_path)) return std::string();
     return path;
 }
@@ -310,35 +346,50 @@ int connect_unix(const std::string &path) {
     return fd;
 }
 
-// The listeners of this process, one per pipe name; they live as long as the process, as the
-// instances of a Windows pipe name do while a server waits on them.
+// The listeners of this process, one per pipe name, each with the lock that makes the name
+// ours; they live as long as the process, as the instances of a Windows pipe name do while a
+// server waits on them.
+struct NamedListener {
+    int fd;
+    int lock;
+};
 std::mutex &listener_lock() {
     static std::mutex *m = new std::mutex;
     return *m;
 }
-std::map<std::string, int> &listeners() {
-    static auto *m = new std::map<std::string, int>;
+std::map<std::string, NamedListener> &listeners() {
+    static auto *m = new std::map<std::string, NamedListener>;
     return *m;
 }
 
+// The name belongs to the process that holds an exclusive lock on "<path>.lock": the system
+// drops the lock with the process, so a socket file left by a server that is gone is known by
+// the lock being free, and is replaced without asking whoever may be behind it.
 int listener_for(const std::string &path) {
     std::lock_guard<std::mutex> hold(listener_lock());
     auto it = listeners().find(path);
-    if (it != listeners().end()) return it->second;
-    // A file left by a server that is gone is removed; one that answers belongs to a live one.
-    if (const int probe = connect_unix(path); probe >= 0) {
-        close(probe);
+    if (it != listeners().end()) return it->second.fd;
+    const std::string lockPath = path + ".lock";
+    const int lock = open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (lock < 0) return -1;
+    int rc;
+    do {
+        rc = flock(lock, LOCK_EX | LOCK_NB);
+    } while (rc != 0 && errno == EINTR);
+    if (rc != 0) {  // another process serves this name
+        close(lock);
         return -1;
     }
     unlink(path.c_str());
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (fd < 0) return -1;
     const sockaddr_un a = unix_address(path);
-    if (bind(fd, reinterpret_cast<const sockaddr *>(&a), sizeof a) != 0 || listen(fd, 64) != 0) {
-        close(fd);
+    if (fd < 0 || bind(fd, reinterpret_cast<const sockaddr *>(&a), sizeof a) != 0 ||
+        listen(fd, 64) != 0) {
+        if (fd >= 0) close(fd);
+        close(lock);
         return -1;
     }
-    listeners()[path] = fd;
+    listeners()[path] = {fd, lock};
     return fd;
 }
 
@@ -376,7 +427,10 @@ int pipe_wait_client(Pipe *p, uint32_t timeoutMs, uint32_t pollMs, const int32_t
             p->fd = fd;
             return 1;
         }
-        if (errno != EAGAIN && errno != EINTR && errno != ECONNABORTED) return -1;
+        const int e = errno;
+        // Out of descriptors or buffers: the client stays queued until some are free again.
+        const bool starved = e == EMFILE || e == ENFILE || e == ENOBUFS || e == ENOMEM;
+        if (!starved && e != EAGAIN && !passing_accept_error(e)) return -1;
         if (!*keepWaiting) return 0;
         if (timeoutMs != 0) {
             struct timespec now;
@@ -385,7 +439,8 @@ int pipe_wait_client(Pipe *p, uint32_t timeoutMs, uint32_t pollMs, const int32_t
                                (now.tv_nsec - start.tv_nsec) / 1000000;
             if (ms >= int64_t(timeoutMs)) return 0;
         }
-        wait_poll(p->listener, POLLIN, pollMs);
+        if (starved) poll(nullptr, 0, 100);
+        else wait_poll(p->listener, POLLIN, pollMs);
     }
 }
 

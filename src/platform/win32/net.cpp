@@ -34,7 +34,12 @@ bool listen_socket(Socket s, int backlog) { return listen(SOCKET(s), backlog) ==
 Socket accept_socket(Socket listener, SockAddr4 *peer) {
     sockaddr_in a = {};
     int len = sizeof a;
-    const SOCKET s = accept(SOCKET(listener), reinterpret_cast<sockaddr *>(&a), &len);
+    SOCKET s;
+    do {
+        len = sizeof a;
+        s = accept(SOCKET(listener), reinterpret_cast<sockaddr *>(&a), &len);
+        // A pending connection reset by its client before it was taken: wait for the next one.
+    } while (s == INVALID_SOCKET && WSAGetLastError() == WSAECONNRESET);
     if (s == INVALID_SOCKET) return kNoSocket;
     if (peer) {
         std::memset(peer, 0, sizeof *peer);
@@ -113,6 +118,15 @@ int try_send_socket(Socket, const void *, int) { return kWouldBlock; }
 
 bool close_socket(Socket s) { return closesocket(SOCKET(s)) == 0; }
 
+void shutdown_socket(Socket s) {
+    // A listening socket answers WSAENOTCONN; the caller's own last error is kept.
+    const int before = WSAGetLastError();
+    shutdown(SOCKET(s), SD_BOTH);
+    WSASetLastError(before);
+}
+
+void set_socket_error(int wsaError) { WSASetLastError(wsaError); }
+
 // ---- named pipes -------------------------------------------------------------------------
 
 struct Pipe {
@@ -160,7 +174,7 @@ bool transfer(Pipe *p, bool write, char *at, uint32_t count, uint32_t intervalMs
             }
             WaitForSingleObject(p->event, intervalMs);
         }
-        // A byte-mode read ends with what has arrived; the rest is read by the next one.
+        // Byte-mode pipe reads return part of the data: the rest takes a new read, not a poll.
         at += done;
         count -= done;
     }
