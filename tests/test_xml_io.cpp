@@ -158,6 +158,7 @@ TEST_F(XmlIo, Utf8SequencesDecodeByTheirFirstByte) {
         {"not in the code page", "\xE2\x86\x92", "?"},
         {"four bytes ignore the first byte's bits", "\xF2\x80\x81\xA4", "d"},
         {"beyond 16 bits", "\xF0\x9F\x98\x80", "?"},
+        {"beyond 16 bits keeps the low 16 (U+10041 as U+0041)", "\xF0\x90\x81\x81", "A"},
         {"stray continuation byte", "\xA4", "\x80"},
         {"0xF8 and above", "\xF8", "\x80"},
     };
@@ -167,6 +168,11 @@ TEST_F(XmlIo, Utf8SequencesDecodeByTheirFirstByte) {
         Tree t(koXML_CreateTreeFromFile(file.c_str(), nullptr));
         EXPECT_EQ(dump(t.root), std::string("a=x") + c.expect + "y") << c.what;
     }
+    // U+10000 keeps 0 of its 16 low bits: a zero character, which ends the input.
+    const std::string file = path("utf8zero.xml");
+    write_file(file, std::string("\xEF\xBB\xBF") + kDecl + "<a><b>1</b>\xF0\x90\x80\x80<c>2</c></a>");
+    Tree t(koXML_CreateTreeFromFile(file.c_str(), nullptr));
+    EXPECT_EQ(dump(t.root), "a{b=1}");
 }
 
 TEST_F(XmlIo, EntitiesAndReferencesBecomeAnsiBytes) {
@@ -228,6 +234,7 @@ TEST_F(XmlIo, TagsAttributesAndStructure) {
 TEST_F(XmlIo, StringReadersTakeLengthAndWideText) {
     const char text[] = "<a>xy</a><b/>";
     EXPECT_EQ(dump(Tree(koXML_CreateTreeExAnsiString(text, 0)).root), "a=xy");
+    EXPECT_EQ(dump(Tree(koXML_CreateTreeExAnsiString(text, -1)).root), "a=xy") << "a negative length as 0";
     EXPECT_EQ(dump(Tree(koXML_CreateTreeExAnsiString(text, 5)).root), "a") << "a text cut by the end is dropped";
     const TARN_WCHAR wide[] = {'<', 'a', ' ', 'v', '=', '"', 0xE4, '"', '>', 0x20AC, 0x2192, '<', '/', 'a', '>', 0};
     EXPECT_EQ(dump(Tree(koXML_CreateTreeExUnicodeString(wide)).root), "a=\x80?{v@1=\xE4}");
@@ -276,6 +283,13 @@ TEST_F(XmlIo, ProgressIsReportedWhileAStatusWindowIsSet) {
     write_file(file, "#begin[GAEB]\r\n[K]H[end]\r\n#end[GAEB]\r\n");
     Tree t(koXML_CreateTreeExFromGAEB2K(file.c_str()));
     EXPECT_EQ(seen.texts, (std::vector<std::string>{"14 von 37 [ 37.8 %]", "25 von 37 [ 67.6 %]"}));
+    seen.texts.clear();
+    write_file(file, "#begin[GAEB]\r\n[K]H\r\n  I[end]\r\n#end[GAEB]\r\n");
+    Tree lines(koXML_CreateTreeExFromGAEB2K(file.c_str()));
+    EXPECT_EQ(seen.texts, (std::vector<std::string>{"14 von 42 [ 33.3 %]", "20 von 42 [ 47.6 %]",
+                                                     "30 von 42 [ 71.4 %]"}))
+        << "the continuation line of a field is reported as well";
+    EXPECT_EQ(dump(lines.root), "GAEB{K@1=H\\r\\n  I}");
 
     koXML_SetStatusWindow(nullptr);
     tarnSetUiProvider(nullptr);
@@ -478,6 +492,151 @@ TEST_F(XmlIo, TreesComeBackThroughEachWriterAndItsReader) {
         ASSERT_EQ(form.save(t.root, file.c_str()), 1) << form.name;
         Tree back(form.read(file.c_str()));
         EXPECT_EQ(dump(back.root), before) << form.name;
+    }
+}
+
+// ---- deep trees, odd names, failing scratch files ----
+
+TEST_F(XmlIo, BracketReaderTakesDeepNesting) {
+    constexpr int kDepth = 100000;
+    std::string opened = "#begin[GAEB]\n";
+    for (int i = 0; i < kDepth; ++i) opened += "#begin[a]\n";
+    const std::string file = path("deep.p83");
+    write_file(file, opened);
+    {
+        Tree t(koXML_CreateTreeExFromGAEB2K(file.c_str()));
+        ASSERT_NE(t.root, nullptr);
+        EXPECT_STREQ(koXML_GetName(t.root), "GAEB");
+        int depth = 0;
+        for (XML_Node *n = koXML_GetFirstChild(t.root); n; n = koXML_GetFirstChild(n)) ++depth;
+        EXPECT_EQ(depth, kDepth) << "the blocks read before the text ended stay";
+    }
+    std::string closed = opened + "[F]x[end]\n";
+    for (int i = 0; i < kDepth; ++i) closed += "#end[a]\n";
+    closed += "#begin[b]\n#end[b]\n#end[GAEB]\n";
+    write_file(file, closed);
+    Tree t(koXML_CreateTreeExFromGAEB2K(file.c_str()));
+    ASSERT_NE(t.root, nullptr);
+    XML_Node *n = koXML_GetFirstChild(t.root);
+    int depth = 0;
+    for (; n && std::string(koXML_GetName(n)) == "a"; n = koXML_GetFirstChild(n)) {
+        ++depth;
+        ASSERT_EQ(koXML_GetNext(n) != nullptr, depth == 1) << depth;
+    }
+    EXPECT_EQ(depth, kDepth);
+    ASSERT_NE(n, nullptr);
+    EXPECT_EQ(koXML_GetType(n), 1u);
+    EXPECT_EQ(std::string(koXML_GetName(n)) + "=" + value_of(n), "F=x");
+    XML_Node *b = koXML_GetNext(koXML_GetFirstChild(t.root));
+    ASSERT_NE(b, nullptr);
+    EXPECT_STREQ(koXML_GetName(b), "b") << "the reading goes on behind the deepest block's end";
+}
+
+struct Calls {
+    size_t count = 0;
+    XML_Node *first = nullptr, *last = nullptr;
+    XML_Node *stopAt = nullptr;
+    static int32_t TARN_CALL record(XML_Node *node, intptr_t user) {
+        auto *c = reinterpret_cast<Calls *>(user);
+        if (c->count++ == 0) c->first = node;
+        c->last = node;
+        return node == c->stopAt ? 0 : 1;
+    }
+};
+
+TEST_F(XmlIo, DeepTreeIsSavedAndWalked) {
+    constexpr int kDepth = 300000;
+    std::string doc;
+    for (int i = 0; i < kDepth; ++i) doc += "<a>";
+    Tree t(koXML_CreateTreeExAnsiString(doc.c_str(), int32_t(doc.size())));
+    ASSERT_NE(t.root, nullptr);
+    XML_Node *deepest = t.root;
+    while (XML_Node *below = koXML_GetFirstChild(deepest)) deepest = below;
+    ASSERT_EQ(koXML_GetDeept(deepest), kDepth - 1);
+
+    std::string expect = "<?xml version=\"1.0\" ?>\r\n";
+    for (int i = 1; i < kDepth; ++i) expect += "<a>\r\n";
+    expect += "<a />\r\n";
+    for (int i = 1; i < kDepth; ++i) expect += "\r\n</a>\r\n";
+    EXPECT_TRUE(saved(koXML_SaveTreeToFile, t.root) == expect) << "plain form of the deep tree";
+
+    const auto walk = [](XML_Node *from, uint32_t flags, XML_Node *stopAt, Calls &c) {
+        c.stopAt = stopAt;
+        return koXML_DoReku(from, flags, Calls::record, reinterpret_cast<intptr_t>(&c));
+    };
+    Calls down;
+    EXPECT_EQ(walk(t.root, 0x27, nullptr, down), 1);
+    EXPECT_EQ(down.count, size_t(3) * kDepth) << "first, after the children, last";
+    EXPECT_EQ(down.first, t.root);
+    EXPECT_EQ(down.last, t.root);
+
+    Calls up;
+    EXPECT_EQ(walk(deepest, 0x39, nullptr, up), 1);
+    EXPECT_EQ(up.count, size_t(3) * kDepth) << "first, before going up, last";
+    EXPECT_EQ(up.first, deepest);
+    EXPECT_EQ(up.last, deepest) << "the last calls come back down";
+
+    Calls stopped;
+    EXPECT_EQ(walk(t.root, 0x27, deepest, stopped), 0);
+    EXPECT_EQ(stopped.count, size_t(kDepth)) << "a callback that answers 0 ends the walk";
+}
+
+TEST_F(XmlIo, NullNamesAreWrittenEmpty) {
+    Tree t(koXML_CreateTree("R", nullptr));
+    XML_Node *c = add(t.root, "c", "");
+    XML_Node *k = add(c, "k", "v", 1);
+    EXPECT_EQ(koXML_SetName(c, nullptr), nullptr);
+    EXPECT_EQ(koXML_SetName(k, nullptr), nullptr);
+    EXPECT_EQ(saved(koXML_SaveTreeToFile, t.root),
+              "<?xml version=\"1.0\" ?>\r\n<R>\r\n< =\"v\" />\r\n\r\n</R>\r\n");
+    EXPECT_EQ(saved(koXML_SaveTreeToFileKompatible, t.root),
+              "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n<R>\r\n < =\"v\" />\r\n</R>\r\n");
+    EXPECT_EQ(saved(koXML_SaveTreeToGAEB2K, t.root), "#begin[R]\r\n #begin[]\r\n  []v[end]\r\n #end[]\r\n#end[R]\r\n");
+}
+
+TEST_F(XmlIo, EveryAttributeHasItsOwnRoom) {
+    Tree t(new_tree("R"));
+    const std::string x(100000, 'x');
+    for (const char *name : {"a", "b", "c"}) add(t.root, name, x.c_str(), 1);
+    add(t.root, "d", std::string(140000, 'y').c_str(), 1);
+    // 131,072 bytes of room, filled while 7 of them are left: 131,066 bytes.
+    const std::string tag = "<R a=\"" + x + "\" b=\"" + x + "\" c=\"" + x + "\" d=\"" + std::string(131066, 'y') + "\" />\r\n";
+    EXPECT_TRUE(saved(koXML_SaveTreeToFile, t.root) == "<?xml version=\"1.0\" ?>\r\n" + tag);
+    EXPECT_TRUE(saved(koXML_SaveTreeToFileKompatible, t.root) ==
+                "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n" + tag);
+}
+
+// Each value is its element's number, then filler: a value read back is its own, or empty where
+// its write failed, never another element's.
+TEST_F(XmlIo, FailedScratchWritesWhileReadingKeepValuesApart) {
+    constexpr int kCount = 600;
+    const auto text = [](int i) { return "value " + std::to_string(i) + " " + std::string(5000, char('a' + i % 26)); };
+    std::string doc = "<list>";
+    for (int i = 0; i < kCount; ++i) doc += "<p n=\"" + text(i) + "\">" + text(i) + "</p>";
+    doc += "</list>";
+    for (int nth = 0; nth <= 4; ++nth) {
+        if (nth > 0) tarnSetSysCallFault("WriteFile", nth, 112);  // ERROR_DISK_FULL
+        Tree t(koXML_CreateTreeExAnsiString(doc.c_str(), int32_t(doc.size())));
+        tarnSetSysCallFault("WriteFile", 0, 0);
+        ASSERT_NE(t.root, nullptr);
+        int i = 0, lost = 0;
+        for (XML_Node *p = koXML_GetFirstChild(t.root); p; p = koXML_GetNext(p), ++i) {
+            for (XML_Node *v : {p, koXML_GetFirstChild(p)}) {
+                ASSERT_NE(v, nullptr);
+                const std::string got = value_of(v);
+                if (got != text(i)) {
+                    ++lost;
+                    EXPECT_TRUE(got.empty() || got == "<unreadable>")
+                        << "fault " << nth << ", element " << i << ": " << got.substr(0, 12);
+                }
+            }
+        }
+        EXPECT_EQ(i, kCount);
+        if (nth == 0) {
+            EXPECT_EQ(lost, 0);
+        } else if (nth == 1) {
+            EXPECT_GT(lost, 0) << "the failing write lost values";
+        }
     }
 }
 

@@ -346,6 +346,25 @@ TEST_F(XmlTree, SlotsAreReusedByTheStoredLength) {
     koXML_ReleaseTreeEx(root);
 }
 
+// A new slot whose write fails is still the node's: the result is 0, the node takes the new
+// length, and the next value that passes the reuse test goes into that slot.
+TEST_F(XmlTree, AFailedWriteToANewSlotKeepsTheSlot) {
+    HANDLE *cell = new_cell();
+    XML_Node *root = koXML_CreateTree(nullptr, cell);
+    XML_Node *a = koXML_AddChildLast(root, "a");
+    EXPECT_EQ(koXML_SetValue(a, "short"), 1);
+    tarnSetSysCallFault("WriteFile", 1, 112);  // ERROR_DISK_FULL
+    EXPECT_EQ(koXML_SetValue(a, text_of(40, 'a').c_str()), 0);
+    tarnSetSysCallFault("WriteFile", 0, 0);
+    EXPECT_EQ(value(a), "<null>") << "40 bytes stored, none of them written";
+    EXPECT_EQ(file_size(cell), 0);
+    const std::string again = text_of(50, 'b');
+    EXPECT_EQ(koXML_SetValue(a, again.c_str()), 1);
+    EXPECT_EQ(value(a), again);
+    EXPECT_EQ(file_size(cell), 50) << "written over the slot kept, without a new slot's padding";
+    koXML_ReleaseTreeEx(root);
+}
+
 TEST_F(XmlTree, BinaryValuesNeedTheExactSize) {
     HANDLE *cell = new_cell();
     XML_Node *root = koXML_CreateTree(nullptr, cell);

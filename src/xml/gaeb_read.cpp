@@ -9,7 +9,9 @@
 //     #end[Position]
 //   #end[GAEB]
 #include <cstring>
+#include <new>
 #include <string>
+#include <vector>
 
 #include "export.h"
 #include "xml/xml_progress.h"
@@ -61,33 +63,47 @@ private:
         return *atom != nullptr;
     }
 
+    // Reads the blocks from the line behind the current one up to the "#end" line of `node`. The
+    // open blocks are kept on a stack of their own, so deep nesting cannot exhaust the thread's
+    // stack: a "#begin" line pushes the new child, its "#end" line pops it.
     bool read_block(XML_Node *node) {
-        next_line();
-        for (;;) {
-            if (tarn::xml::progress_wanted()) tarn::xml::report_progress(p_ - text_, size_);
-            int indent = 0;
-            for (; *p_ == ' ' || is_line_end(*p_); ++p_) indent = *p_ == ' ' ? indent + 1 : 0;
-            if (*p_ == 0) return false;
-
-            if (starts_with(p_, kEnd)) {
-                const char *name = koXML_GetName(node);
-                const size_t n = std::strlen(name);
-                p_ += sizeof kEnd - 1;
-                if (std::strncmp(p_, name, n) != 0 || p_[n] != ']') return false;
-                p_ += n + 1;
-                return true;
-            }
-            if (starts_with(p_, kBegin)) {
-                p_ += sizeof kBegin - 1;
-                const char *atom;
-                XML_Node *child = bracketed_name(&atom) ? tarn::xml::append_child(node, atom) : nullptr;
-                if (!child || !read_block(child)) return false;
-            } else if (*p_ == '[') {
-                ++p_;
-                if (!read_field(node, indent)) return false;
-            }
+        std::vector<XML_Node *> open;
+        try {
+            open.push_back(node);
             next_line();
+            for (;;) {
+                report();
+                int indent = 0;
+                for (; *p_ == ' ' || is_line_end(*p_); ++p_) indent = *p_ == ' ' ? indent + 1 : 0;
+                if (*p_ == 0) return false;
+
+                if (starts_with(p_, kEnd)) {
+                    const char *name = koXML_GetName(open.back());
+                    const size_t n = std::strlen(name);
+                    p_ += sizeof kEnd - 1;
+                    if (std::strncmp(p_, name, n) != 0 || p_[n] != ']') return false;
+                    p_ += n + 1;
+                    open.pop_back();
+                    if (open.empty()) return true;
+                } else if (starts_with(p_, kBegin)) {
+                    p_ += sizeof kBegin - 1;
+                    const char *atom;
+                    XML_Node *child = bracketed_name(&atom) ? tarn::xml::append_child(open.back(), atom) : nullptr;
+                    if (!child) return false;
+                    open.push_back(child);
+                } else if (*p_ == '[') {
+                    ++p_;
+                    if (!read_field(open.back(), indent)) return false;
+                }
+                next_line();
+            }
+        } catch (const std::bad_alloc &) {
+            return false;
         }
+    }
+
+    void report() const {
+        if (tarn::xml::progress_wanted()) tarn::xml::report_progress(p_ - text_, size_);
     }
 
     // Continuation lines lose the field line's indent and are joined with CR LF.
@@ -109,6 +125,7 @@ private:
             }
             p_ += p_[0] == '\r' && p_[1] == '\n' ? 2 : 1;
             value_ += "\r\n";
+            report();  // a continuation line is a line too
             // A line shorter than the indent gives up its characters but not its line end.
             for (int i = 0; i < indent && *p_ != 0 && !is_line_end(*p_); ++i) ++p_;
         }

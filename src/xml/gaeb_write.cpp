@@ -2,6 +2,8 @@
 // other node as a "[NAME]value[end]" field. Indentation counts from the tree's top, one blank per
 // level; value lines are cut at 256 characters, and the reader joins lines with CR LF.
 #include <cstring>
+#include <new>
+#include <vector>
 
 #include "export.h"
 #include "lib/fatal.h"
@@ -14,7 +16,11 @@ using tarn::xml::first_child_of;
 using tarn::xml::next_sibling_of;
 using tarn::xml::OutputFile;
 
-const char *name_of(const XML_Node *node) { return koXML_GetName(const_cast<XML_Node *>(node)); }
+// A node whose name was set to NULL is written with an empty name.
+const char *name_of(const XML_Node *node) {
+    const char *name = koXML_GetName(const_cast<XML_Node *>(node));
+    return name ? name : "";
+}
 
 constexpr size_t kLineMax = 299;
 constexpr size_t kWrapAt = 256;
@@ -45,27 +51,64 @@ private:
 
 class BracketWriter {
 public:
-    BracketWriter(OutputFile &out, char *value) : out_(out), value_(value) {}
+    explicit BracketWriter(OutputFile &out) : out_(out) {}
 
+    // Room on the stack for every level below `node`; false when it cannot be had.
+    bool reserve(const XML_Node *node) {
+        try {
+            open_.reserve(tarn::xml::subtree_height(node) + 1);
+            return true;
+        } catch (const std::bad_alloc &) {
+            return false;
+        }
+    }
+
+    // Writes the node and everything below it. The open blocks are kept on a stack of their own
+    // rather than in nested calls, so deep trees cannot exhaust the thread's stack.
     bool write(const XML_Node *node, int depth) {
+        // Lines are built apart, so the work buffer takes the raw values.
+        value_ = out_.work();
         if (koXML_GetType(const_cast<XML_Node *>(node)) != TARN_XML_ELEMENT) return field(node, depth);
+        std::vector<Block> &open = open_;
+        open.clear();
+        try {
+            if (!begin(node, depth)) return false;
+            open.push_back(Block{node, first_child_of(node)});
+            while (!open.empty()) {
+                const int level = depth + int(open.size()) - 1;
+                const XML_Node *c = open.back().next;
+                if (!c) {
+                    if (!end(open.back().node, level)) return false;
+                    open.pop_back();
+                    continue;
+                }
+                open.back().next = next_sibling_of(c);
+                if (koXML_GetType(const_cast<XML_Node *>(c)) != TARN_XML_ELEMENT) {
+                    if (!field(c, level + 1)) return false;
+                    continue;
+                }
+                if (!begin(c, level + 1)) return false;
+                open.push_back(Block{c, first_child_of(c)});
+            }
+            return true;
+        } catch (const std::bad_alloc &) {
+            return false;
+        }
+    }
+
+private:
+    bool begin(const XML_Node *node, int depth) { return block_line("#begin[", node, depth); }
+    bool end(const XML_Node *node, int depth) { return block_line("#end[", node, depth); }
+
+    bool block_line(const char *what, const XML_Node *node, int depth) {
         line_.clear();
         line_.indent(depth);
-        line_.add("#begin[");
-        line_.add(name_of(node));
-        line_.add(']');
-        if (!out_.line(line_.text())) return false;
-        for (const XML_Node *c = first_child_of(node); c; c = next_sibling_of(c))
-            if (!write(c, depth + 1)) return false;
-        line_.clear();
-        line_.indent(depth);
-        line_.add("#end[");
+        line_.add(what);
         line_.add(name_of(node));
         line_.add(']');
         return out_.line(line_.text());
     }
 
-private:
     // A new line gets its indent with its first character; blanks that would begin it are dropped.
     bool field(const XML_Node *node, int depth) {
         const size_t n = tarn::xml::read_raw_value(node, value_, tarn::xml::kWorkBufferSize);
@@ -102,9 +145,15 @@ private:
         return out_.line(line_.text());
     }
 
+    struct Block {
+        const XML_Node *node;
+        const XML_Node *next;  // the child to write next
+    };
+
     OutputFile &out_;
-    char *value_;
+    char *value_ = nullptr;
     Line line_;
+    std::vector<Block> open_;
 };
 
 }  // namespace
@@ -112,8 +161,9 @@ private:
 TARN_EXPORT int32_t TARN_CALL koXML_SaveTreeToGAEB2K(XML_Node *node, const char *file) {
     if (!node) return 0;
     OutputFile out;
-    if (!out.create(file)) return 0;
-    // Lines are built apart, so the work buffer takes the raw values.
-    const bool ok = BracketWriter(out, out.work()).write(node, koXML_GetDeept(node));
+    BracketWriter writer(out);
+    // The stack is had before the file is created: a write that cannot start leaves it as it was.
+    if (!writer.reserve(node) || !out.create(file)) return 0;
+    const bool ok = writer.write(node, koXML_GetDeept(node));
     return out.finish(ok);
 }

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <mutex>
 #include <new>
+#include <vector>
 
 namespace {
 
@@ -50,7 +51,6 @@ struct NodePool {
     uint32_t bumpLeft = 0;
     uint32_t chunkNodes = kFirstChunkNodes;
     size_t live = 0;        // nodes not yet released
-    tarn::xml::ScratchBatch *batch = nullptr;
 };
 
 ChunkEntry &entry(uint32_t number) {
@@ -118,7 +118,6 @@ XML_Node *new_node(NodePool *pool) {
 }
 
 void destroy_pool(NodePool *pool) {
-    if (pool->batch != nullptr) pool->batch->tree_released();
     for (uint32_t number = pool->chunks; number != 0;) {
         const uint32_t next = entry(number).next;
         std::free(entry(number).base);
@@ -290,21 +289,68 @@ XML_Node *path_step(XML_Node *node, const char *token) {
     return child_by_name(node, token);
 }
 
+// The traversal keeps its own stack rather than recursing, so deep trees cannot exhaust the
+// thread's stack. Each frame is one visit: the call first (0x01), the children with the flags
+// masked by 0x27 (0x02), the call after them (0x04), the call before going up (0x08), the parent
+// with the flags masked by 0x39 (0x10), the last call (0x20). A callback that answers 0 ends the
+// whole traversal with 0, as the visit it ends answers 0 to the one that started it.
+struct Visit {
+    XML_Node *node;
+    XML_Node *child;  // the child being visited, while in Stage::Children
+    uint32_t flags;
+    enum class Stage : uint8_t { Start, Children, Up, AfterParent } stage;
+};
+
 int32_t reku(XML_Node *node, uint32_t flags, koXML_RekuProc proc, intptr_t user) {
-    if ((flags & 0x01) && !proc(node, user)) return 0;
-    if (flags & 0x02) {
-        for (XML_Node *child = at(node->first); child != nullptr; child = at(child->next)) {
-            if (!reku(child, flags & 0x27, proc, user)) return 0;
+    std::vector<Visit> stack;
+    stack.push_back(Visit{node, nullptr, flags, Visit::Stage::Start});
+    while (!stack.empty()) {
+        // Taken by value: pushing a frame may move the stack.
+        Visit v = stack.back();
+        switch (v.stage) {
+        case Visit::Stage::Start:
+            if ((v.flags & 0x01) && !proc(v.node, user)) return 0;
+            if (v.flags & 0x02) {
+                v.child = at(v.node->first);
+                v.stage = Visit::Stage::Children;
+            } else {
+                v.stage = Visit::Stage::Up;
+            }
+            stack.back() = v;
+            continue;
+        case Visit::Stage::Children:
+            if (v.child != nullptr) {
+                stack.push_back(Visit{v.child, nullptr, v.flags & 0x27, Visit::Stage::Start});
+                continue;
+            }
+            if ((v.flags & 0x04) && !proc(v.node, user)) return 0;
+            stack.back().stage = Visit::Stage::Up;
+            continue;
+        case Visit::Stage::Up:
+            if (v.flags & 0x10) {
+                // The call before going up is made at the top as well, where there is nowhere to go.
+                if ((v.flags & 0x08) && !proc(v.node, user)) return 0;
+                XML_Node *parent = at(v.node->parent);
+                if (parent != nullptr) {
+                    stack.back().stage = Visit::Stage::AfterParent;
+                    stack.push_back(Visit{parent, nullptr, v.flags & 0x39, Visit::Stage::Start});
+                    continue;
+                }
+            }
+            break;
+        case Visit::Stage::AfterParent:
+            break;
         }
-        if ((flags & 0x04) && !proc(node, user)) return 0;
+        // The visit ends with its last call; the visit below it goes on.
+        if ((v.flags & 0x20) && !proc(v.node, user)) return 0;
+        stack.pop_back();
+        if (!stack.empty()) {
+            Visit &below = stack.back();
+            // The next sibling is looked up only now: a callback may have released the child,
+            // whose links stay readable.
+            if (below.stage == Visit::Stage::Children) below.child = at(below.child->next);
+        }
     }
-    if (flags & 0x10) {
-        // The call before going up is made at the top as well, where there is nowhere to go.
-        if ((flags & 0x08) && !proc(node, user)) return 0;
-        XML_Node *parent = at(node->parent);
-        if (parent != nullptr && !reku(parent, flags & 0x39, proc, user)) return 0;
-    }
-    if (flags & 0x20) return proc(node, user) ? 1 : 0;
     return 1;
 }
 
@@ -315,17 +361,6 @@ namespace tarn::xml {
 XML_Node *node_at(uint32_t ref) { return at(ref); }
 
 HANDLE *node_store(const XML_Node *node) { return pool_of(node)->store; }
-
-ScratchBatch *tree_batch(const XML_Node *node) { return pool_of(node)->batch; }
-
-void *attach_batch(XML_Node *tree, ScratchBatch *batch) {
-    NodePool *pool = pool_of(tree);
-    if (pool->batch != nullptr) return nullptr;
-    pool->batch = batch;
-    return pool;
-}
-
-void detach_batch(void *pool) { static_cast<NodePool *>(pool)->batch = nullptr; }
 
 XML_Node *append_child(XML_Node *parent, const char *atom) {
     XML_Node *node = new_node(pool_of(parent));
@@ -444,9 +479,13 @@ TARN_EXPORT XML_Node *TARN_CALL koXML_GetChildByNameEx(XML_Node *node, const cha
     return current;
 }
 
-// A NULL callback visits nothing.
+// A NULL callback visits nothing; a traversal whose stack cannot grow ends there with 0.
 TARN_EXPORT int32_t TARN_CALL koXML_DoReku(XML_Node *node, uint32_t flags, koXML_RekuProc proc,
                                            intptr_t user) {
     if (proc == nullptr) return 0;
-    return reku(node, flags, proc, user);
+    try {
+        return reku(node, flags, proc, user);
+    } catch (const std::bad_alloc &) {
+        return 0;
+    }
 }

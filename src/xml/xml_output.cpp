@@ -48,6 +48,24 @@ int32_t OutputFile::finish(bool written) {
     return 0;
 }
 
+size_t subtree_height(const XML_Node *top) {
+    size_t depth = 0, height = 0;
+    const XML_Node *n = top;
+    for (;;) {
+        if (const XML_Node *down = first_child_of(n)) {
+            n = down;
+            if (++depth > height) height = depth;
+            continue;
+        }
+        while (n != top && !next_sibling_of(n)) {
+            n = parent_of(n);
+            --depth;
+        }
+        if (n == top) return height;
+        n = next_sibling_of(n);
+    }
+}
+
 size_t read_raw_value(const XML_Node *node, char *out, size_t size) {
     const int32_t got = read_value(node, out, int32_t(size));
     return got > 0 ? size_t(got) : 0;

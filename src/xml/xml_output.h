@@ -35,6 +35,9 @@ private:
     const char *name_ = nullptr;
 };
 
+// How many levels lie below `node` (0 when it has no children); counted without recursion.
+size_t subtree_height(const XML_Node *node);
+
 // A node's raw value, at most `size` bytes of it, read into `out`; the count (0 also when a long
 // value cannot be read back).
 size_t read_raw_value(const XML_Node *node, char *out, size_t size);

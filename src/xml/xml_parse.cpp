@@ -179,62 +179,89 @@ namespace {
 // Values over 24 bytes of the tree being read, gathered and appended to its scratch file in large
 // writes rather than two calls each. The slots are laid out exactly as koXML_SetValue lays them
 // out; a value that replaces an earlier long one of its node goes through koXML_SetValue's own
-// reuse test, after what is gathered has been written. Should a gathered write fail, the values
-// in it read back as unreadable, as a failed koXML_SetValue leaves them.
+// reuse test, after what is gathered has been written. A long value whose write fails, gathered
+// or not, is left empty and without slot (where koXML_SetValue would keep the slot): the file's
+// end may not have moved past such a slot, so the next slots may be placed over it.
 class SlotWriter {
 public:
     explicit SlotWriter(XML_Node *root) : cell_(node_store(root)) {}
     ~SlotWriter() {
         flush();
         FreeGlobal(buffer_);
+        FreeGlobal(nodes_);
     }
     SlotWriter(const SlotWriter &) = delete;
     SlotWriter &operator=(const SlotWriter &) = delete;
 
     void set(XML_Node *node, const char *text, size_t length) {
         if (length <= size_t(kInlineBytes) || !cell_ || node->offset >= 0 ||
-            length > kCapacity - 32 || (end_ < 0 && !find_end())) {
-            if (length > size_t(kInlineBytes)) flush();
-            set_value(node, text, int32_t(length));
-            if (length > size_t(kInlineBytes)) end_ = -1;
+            length > kCapacity - 32 || (end_ < 0 && !find_end()) || !reserve()) {
+            set_directly(node, text, length);
             return;
         }
         const size_t slot = size_t(slot_size(int32_t(length)));
-        if (used_ + slot > kCapacity) flush();
-        if (!buffer_ && !(buffer_ = static_cast<char *>(AllocGlobal(kCapacity)))) {
-            set_value(node, text, int32_t(length));
-            end_ = -1;
-            return;
+        if (used_ + slot > kCapacity) {
+            flush();
+            if (end_ < 0 && !find_end()) {
+                set_directly(node, text, length);
+                return;
+            }
         }
         node->offset = int32_t(end_ + int64_t(used_));
         node->length = int32_t(length);
         std::memcpy(buffer_ + used_, text, length);
         std::memset(buffer_ + used_ + length, 0, slot - length);
         used_ += slot;
+        nodes_[count_++] = node;
     }
 
     void flush() {
         if (used_ == 0) return;
         const HANDLE file = *cell_;
-        if (X_Seek(file, 0, 2) == end_ && X_lWrite(file, buffer_, int32_t(used_)) == int32_t(used_))
+        if (X_Seek(file, 0, 2) == end_ && X_lWrite(file, buffer_, int32_t(used_)) == int32_t(used_)) {
             end_ += int64_t(used_);
-        else
+        } else {
+            for (size_t i = 0; i < count_; ++i) forget(nodes_[i]);
             end_ = -1;
+        }
         used_ = 0;
+        count_ = 0;
     }
 
 private:
     static constexpr size_t kCapacity = 1u << 20;
+    static constexpr size_t kMaxNodes = kCapacity / 32;  // a slot takes at least 32 bytes
+
+    // The buffer and the list of the nodes gathered in it.
+    bool reserve() {
+        if (!buffer_) buffer_ = static_cast<char *>(AllocGlobal(kCapacity));
+        if (!nodes_) nodes_ = static_cast<XML_Node **>(AllocGlobal(kMaxNodes * sizeof(XML_Node *)));
+        return buffer_ && nodes_;
+    }
 
     bool find_end() {
         end_ = X_Seek(*cell_, 0, 2);
         return end_ >= 0;
     }
 
+    void set_directly(XML_Node *node, const char *text, size_t length) {
+        const bool isLong = length > size_t(kInlineBytes);
+        if (isLong) flush();
+        if (!set_value(node, text, int32_t(length)) && isLong && cell_) forget(node);
+        if (isLong) end_ = -1;
+    }
+
+    static void forget(XML_Node *node) {
+        node->offset = -1;
+        node->length = 0;
+    }
+
     HANDLE *cell_;
     int64_t end_ = -1;  // where the next gathered slot goes; -1 when not known
     char *buffer_ = nullptr;
+    XML_Node **nodes_ = nullptr;
     size_t used_ = 0;
+    size_t count_ = 0;
 };
 
 // Parses a tag's text (changed in place) into `root`, or into a new last child of `parent` when

@@ -48,8 +48,8 @@ void Source::finish() {
 // ---- CharCache ----
 
 unsigned char CharCache::get(uint32_t codePoint) {
-    // A character beyond 16 bits has no place in an ANSI code page.
-    if (codePoint > 0xFFFF) return '?';
+    // Converted as one UTF-16 unit: a code point beyond 16 bits keeps its low 16 bits only.
+    codePoint &= 0xFFFF;
     const uint32_t slot = (codePoint ^ (codePoint >> 8)) & 0xFF;
     if (key_[slot] != codePoint + 1) {
         key_[slot] = codePoint + 1;

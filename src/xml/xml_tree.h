@@ -71,47 +71,6 @@ inline const char *inline_value(const XML_Node *node) { return node->data; }
 // or -1 when a long value cannot be read (no store, or the scratch file fails).
 int32_t read_value(const XML_Node *node, void *out, int32_t count);
 
-// ---- gathered scratch-file writes ----
-
-// Gathers the scratch-file writes of one tree's new long values and writes them out in large
-// blocks: a reader building a tree then makes a few system calls per 256 KiB instead of two per
-// value. A value written over its old slot, and every read of a long value of the tree, first
-// writes out what was gathered. While a batch lives, no other tree may write to the same store
-// cell. set_value and koXML_SetValue then answer for the gathering; finish() tells whether the
-// writes behind it succeeded. Without a store, or when the tree has a batch already, it does
-// nothing.
-class ScratchBatch {
-public:
-    explicit ScratchBatch(XML_Node *tree);
-    ~ScratchBatch() { finish(); }
-    ScratchBatch(const ScratchBatch &) = delete;
-    ScratchBatch &operator=(const ScratchBatch &) = delete;
-
-    // Writes out what was gathered and ends the batch: false when any write of it failed.
-    bool finish();
-
-    // The value code's side.
-    bool gathers_for(const HANDLE *cell) const { return pool_ != nullptr && cell == cell_; }
-    // The new slot's offset; -1 when the file fails, -2 when the slot is too large to gather.
-    int32_t append(const void *data, int32_t length, int32_t slot);
-    void write_out();
-    void tree_released();  // the tree's last node went: write out and let go
-
-private:
-    void *pool_ = nullptr;
-    HANDLE *cell_ = nullptr;
-    char *buffer_ = nullptr;
-    int32_t used_ = 0;
-    int32_t base_ = -1;  // file offset of buffer_[0]; -1 until the file's end is asked
-    bool failed_ = false;
-};
-
-// The node and value files' shared plumbing for batches: the batch attached to a node's tree,
-// attaching one (the tree's pool, or NULL when it has one already) and letting it go.
-ScratchBatch *tree_batch(const XML_Node *node);
-void *attach_batch(XML_Node *tree, ScratchBatch *batch);
-void detach_batch(void *pool);
-
 // ---- store cells ----
 
 // A store cell (tracked block) holding a new temporary file, as koXML_ReleaseTreeEx expects it;

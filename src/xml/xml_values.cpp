@@ -4,7 +4,7 @@
 #include "export.h"
 #include "xml/xml_tree.h"
 
-#include <cstdlib>
+#include <cstdint>
 #include <cstring>
 
 namespace {
@@ -15,40 +15,21 @@ using tarn::xml::slot_size;
 // Values up to this slot size go out with their padding in one write.
 constexpr int32_t kJoinedWrite = 4096;
 
-// A batch gathers up to this many bytes of slots before writing them out.
-constexpr int32_t kBatchBytes = 262144;
-
 bool seek_to(HANDLE file, int32_t position) { return X_Seek(file, position, 0) == position; }
 
 bool read_slot(const XML_Node *node, void *out, int32_t count) {
     HANDLE *cell = tarn::xml::node_store(node);
     if (cell == nullptr) return false;
-    tarn::xml::ScratchBatch *batch = tarn::xml::tree_batch(node);
-    if (batch != nullptr && batch->gathers_for(cell)) batch->write_out();
     return seek_to(*cell, node->offset) && X_lRead(*cell, out, count) == count;
 }
 
-// A new slot only counts as reserved when the value and its zero padding were written whole; a
-// failed write leaves the node as it was.
+// A new slot is reserved at the file's end once that end is known; when writing the value and its
+// zero padding there fails, the node still takes the slot and the result is 0, as when a value
+// written over its old slot fails.
 int32_t store_long(XML_Node *node, HANDLE *cell, const void *data, int32_t length) {
     if (length > INT32_MAX - 32) return 0;
     const HANDLE file = *cell;
-    const bool reuse = node->offset >= 0 && slot_size(node->length) >= length;
-    tarn::xml::ScratchBatch *batch = tarn::xml::tree_batch(node);
-    if (batch != nullptr && batch->gathers_for(cell)) {
-        if (reuse) {
-            batch->write_out();
-        } else {
-            const int32_t at = batch->append(data, length, slot_size(length));
-            if (at == -1) return 0;
-            if (at >= 0) {
-                node->offset = at;
-                node->length = length;
-                return 1;
-            }
-        }
-    }
-    if (reuse) {
+    if (node->offset >= 0 && slot_size(node->length) >= length) {
         const bool written = seek_to(file, node->offset) && X_lWrite(file, data, length) == length;
         node->length = length;
         return written ? 1 : 0;
@@ -67,67 +48,14 @@ int32_t store_long(XML_Node *node, HANDLE *cell, const void *data, int32_t lengt
         written = X_lWrite(file, data, length) == length &&
                   X_lWrite(file, zeros, slot - length) == slot - length;
     }
-    if (!written) return 0;
     node->offset = at;
     node->length = length;
-    return 1;
+    return written ? 1 : 0;
 }
 
 }  // namespace
 
 namespace tarn::xml {
-
-ScratchBatch::ScratchBatch(XML_Node *tree) {
-    HANDLE *cell = node_store(tree);
-    if (cell == nullptr) return;
-    buffer_ = static_cast<char *>(std::malloc(kBatchBytes));
-    if (buffer_ == nullptr) return;
-    pool_ = attach_batch(tree, this);
-    cell_ = cell;
-}
-
-bool ScratchBatch::finish() {
-    if (pool_ != nullptr) {
-        write_out();
-        detach_batch(pool_);
-        pool_ = nullptr;
-    }
-    std::free(buffer_);
-    buffer_ = nullptr;
-    return !failed_;
-}
-
-void ScratchBatch::tree_released() {
-    write_out();
-    pool_ = nullptr;
-}
-
-int32_t ScratchBatch::append(const void *data, int32_t length, int32_t slot) {
-    if (slot > kBatchBytes) {
-        write_out();
-        return -2;
-    }
-    if (used_ > kBatchBytes - slot) write_out();
-    if (base_ < 0) {
-        base_ = X_Seek(*cell_, 0, 2);
-        if (base_ < 0) return -1;
-    }
-    if (base_ > INT32_MAX - used_ - slot) return -1;
-    const int32_t at = base_ + used_;
-    std::memcpy(buffer_ + used_, data, size_t(length));
-    std::memset(buffer_ + used_ + length, 0, size_t(slot - length));
-    used_ += slot;
-    return at;
-}
-
-void ScratchBatch::write_out() {
-    if (used_ > 0) {
-        const bool written = seek_to(*cell_, base_) && X_lWrite(*cell_, buffer_, used_) == used_;
-        if (!written) failed_ = true;
-    }
-    used_ = 0;
-    base_ = -1;
-}
 
 int32_t set_value(XML_Node *node, const char *text, int32_t length) {
     if (text == nullptr || length <= 0) {

@@ -3,6 +3,8 @@
 // space; the value comes after the child elements on a line of its own. The compatible form is
 // UTF-8, indented one blank per level, with leaf elements on one line.
 #include <cstring>
+#include <new>
+#include <vector>
 
 #include "export.h"
 #include "xml/xml_output.h"
@@ -109,7 +111,11 @@ bool is_element(const XML_Node *node) {
     return koXML_GetType(const_cast<XML_Node *>(node)) == TARN_XML_ELEMENT;
 }
 
-const char *name_of(const XML_Node *node) { return koXML_GetName(const_cast<XML_Node *>(node)); }
+// A node whose name was set to NULL is written with an empty name.
+const char *name_of(const XML_Node *node) {
+    const char *name = koXML_GetName(const_cast<XML_Node *>(node));
+    return name ? name : "";
+}
 
 bool has_element_child(const XML_Node *node) {
     for (const XML_Node *c = first_child_of(node); c; c = next_sibling_of(c))
@@ -117,34 +123,70 @@ bool has_element_child(const XML_Node *node) {
     return false;
 }
 
+// Writes a node and everything below it in one of the two forms. The elements whose end tag is
+// still to come are kept on a stack of their own rather than in nested calls, so deep trees
+// cannot exhaust the thread's stack; the stack is reserved before the file is created.
 class XmlWriter {
 public:
     XmlWriter(OutputFile &out, char *value, bool compatible)
-        : out_(out), work_(out.work()), value_(value), mode_(compatible ? 1 : 0) {}
+        : out_(out), value_(value), mode_(compatible ? 1 : 0) {}
 
-    bool plain(XML_Node *node) {
-        normalise_types(node);
-        if (!is_element(node)) return true;
-        start_tag(node, 0);
-        const bool content = has_element_child(node) || tarn::xml::value_length(node) > 0;
-        add(content ? ">" : " />");
-        if (!out_.line(work_)) return false;
-        if (!content) return true;
-        for (XML_Node *c = first_child_of(node); c; c = next_sibling_of(c))
-            if (is_element(c) && !plain(c)) return false;
-        const size_t n = escaped_value(node, kWorkBufferSize);
-        if (n > 0 && !out_.write(work_, n)) return false;
-        length_ = 0;
-        add("\r\n</");
-        add(name_of(node));
-        add(">");
-        return out_.line(work_);
+    // Room on the stack for every level below `node`; false when it cannot be had.
+    bool reserve(const XML_Node *node) {
+        try {
+            open_.reserve(tarn::xml::subtree_height(node) + 1);
+            return true;
+        } catch (const std::bad_alloc &) {
+            return false;
+        }
     }
 
-    bool compatible(XML_Node *node, int depth) {
+    // After the file was created.
+    bool write(XML_Node *node) {
+        work_ = out_.work();
+        open_.clear();
+        try {
+            if (!enter(node, 0)) return false;
+            while (!open_.empty()) {
+                XML_Node *c = open_.back().next;
+                if (!c) {
+                    const Open done = open_.back();
+                    open_.pop_back();
+                    if (!leave(done)) return false;
+                    continue;
+                }
+                open_.back().next = next_sibling_of(c);
+                if (is_element(c) && !enter(c, open_.back().depth + 1)) return false;
+            }
+            return true;
+        } catch (const std::bad_alloc &) {
+            return false;
+        }
+    }
+
+private:
+    // An element whose start tag is written; its element children and its end tag are to come.
+    struct Open {
+        XML_Node *node;
+        XML_Node *next;  // the child to look at next
+        int depth;
+        bool children;   // element children (compatible form: the end tag gets its own line)
+    };
+
+    // The start of a node: its start tag (or empty-element tag) and, in the compatible form, its
+    // text. An element with content goes on the stack.
+    bool enter(XML_Node *node, int depth) {
         normalise_types(node);
         if (!is_element(node)) return true;
-        start_tag(node, depth);
+        if (mode_ == 0) {
+            if (!start_tag(node, 0)) return false;
+            const bool content = has_element_child(node) || tarn::xml::value_length(node) > 0;
+            add(content ? ">" : " />");
+            if (!out_.line(work_)) return false;
+            if (content) open_.push_back(Open{node, first_child_of(node), depth, true});
+            return true;
+        }
+        if (!start_tag(node, depth)) return false;
         const size_t raw = tarn::xml::read_raw_value(node, value_, kWorkBufferSize);
         bool text = false;
         for (size_t i = 0; i < raw && !text; ++i) text = !is_white(value_[i]);
@@ -159,20 +201,28 @@ public:
             const size_t n = escape_text(value_, raw, work_, kWorkBufferSize, 1, &utf8_);
             if (!out_.write(work_, n)) return false;
         }
-        if (children) {
-            if (!out_.line("")) return false;
-            for (XML_Node *c = first_child_of(node); c; c = next_sibling_of(c))
-                if (is_element(c) && !compatible(c, depth + 1)) return false;
-        }
+        if (children && !out_.line("")) return false;
+        open_.push_back(Open{node, children ? first_child_of(node) : nullptr, depth, children});
+        return true;
+    }
+
+    // The end of an element: in the plain form its value, then its end tag.
+    bool leave(const Open &e) {
         length_ = 0;
-        if (children) indent(depth);
-        add("</");
-        add(name_of(node));
+        if (mode_ == 0) {
+            const size_t n = escaped_value(e.node, kWorkBufferSize);
+            if (n > 0 && !out_.write(work_, n)) return false;
+            length_ = 0;
+            add("\r\n</");
+        } else {
+            if (e.children) indent(e.depth);
+            add("</");
+        }
+        add(name_of(e.node));
         add(">");
         return out_.line(work_);
     }
 
-private:
     // Appends to the line in the work buffer; a line longer than the buffer is cut.
     void add(const char *text) {
         size_t n = std::strlen(text);
@@ -187,25 +237,33 @@ private:
         work_[length_] = 0;
     }
 
-    // "<name" and the attributes, each value escaped into at most kAttributeRoom bytes.
-    void start_tag(const XML_Node *node, int depth) {
+    // "<name" and the attributes, each value escaped into at most kAttributeRoom bytes. What the
+    // line holds goes out before an attribute that could not have its whole room behind it, so
+    // every attribute has that room; the caller ends the tag and writes the rest.
+    bool start_tag(const XML_Node *node, int depth) {
         length_ = 0;
         indent(depth);
         add("<");
         add(name_of(node));
         for (const XML_Node *c = first_child_of(node); c; c = next_sibling_of(c)) {
             if (is_element(c)) continue;
+            const char *name = name_of(c);
+            if (kWorkBufferSize - length_ < std::strlen(name) + 3 + kAttributeRoom + kTagSlack) {
+                if (!out_.write(work_, length_)) return false;
+                length_ = 0;
+            }
             add(" ");
-            add(name_of(c));
+            add(name);
             add("=\"");
-            // The attributes of one tag share the work buffer: room is kept for the tag's end.
+            // Room is kept for the tag's end even behind an overlong attribute name.
             size_t room = kWorkBufferSize - length_;
-            room = room > 16 ? room - 16 : 0;
+            room = room > kTagSlack ? room - kTagSlack : 0;
             if (room > kAttributeRoom) room = kAttributeRoom;
             const size_t raw = tarn::xml::read_raw_value(c, value_, kAttributeRoom);
             length_ += escape_text(value_, raw, work_ + length_, room, mode_, &utf8_);
             add("\"");
         }
+        return true;
     }
 
     size_t escaped_value(const XML_Node *node, size_t room) {
@@ -213,25 +271,32 @@ private:
         return escape_text(value_, raw, work_, room, mode_, &utf8_);
     }
 
+    // Bytes kept free behind an attribute value: its closing quote and the tag's end.
+    static constexpr size_t kTagSlack = 16;
+
     OutputFile &out_;
-    char *work_;
+    char *work_ = nullptr;
     char *value_;  // raw values, kWorkBufferSize bytes
     int32_t mode_;
     size_t length_ = 0;
     Utf8Table utf8_;
+    std::vector<Open> open_;
 };
 
+// Every buffer is had before the file is created: a write that cannot start leaves an existing
+// file as it was.
 int32_t save_xml(XML_Node *node, const char *file, bool compatible) {
     if (!node) return 0;
-    OutputFile out;
-    if (!out.create(file)) return 0;
     char *value = static_cast<char *>(AllocGlobal(kWorkBufferSize));
-    bool ok = value != nullptr;
-    if (ok) {
-        XmlWriter writer(out, value, compatible);
-        ok = compatible ? out.line("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>") && writer.compatible(node, 0)
-                        : out.line("<?xml version=\"1.0\" ?>") && writer.plain(node);
+    if (!value) return 0;
+    OutputFile out;
+    XmlWriter writer(out, value, compatible);
+    if (!writer.reserve(node) || !out.create(file)) {
+        FreeGlobal(value);
+        return 0;
     }
+    const bool ok = compatible ? out.line("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>") && writer.write(node)
+                               : out.line("<?xml version=\"1.0\" ?>") && writer.write(node);
     FreeGlobal(value);
     return out.finish(ok);
 }
