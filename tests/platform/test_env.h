@@ -26,6 +26,10 @@ void sleep_ms(int ms);
 // Memory the process holds resident now (resident set, or working set on Windows), in bytes.
 unsigned long long process_memory_bytes();
 
+// False where a process ending through abort() may wait on a message box of the system's runtime,
+// which would stall an unattended run: death tests skip there.
+bool abort_ends_quietly();
+
 void set_self_path(const char *argv0);
 
 // Sets the time zone of the library's local-time conversions to the named zone ("Europe/Berlin"),
