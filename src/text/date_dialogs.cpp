@@ -58,6 +58,19 @@ void show_date(HWND dialog, int32_t id, int32_t date) {
     normalise_field(dialog, id);
 }
 
+// Cancel closes with 0; Enter (the default button) moves to the next control instead of closing.
+intptr_t cancel_or_move_on(HWND dialog, int32_t id) {
+    if (id == kIdCancel) {
+        end_dialog(dialog, 0);
+        return 1;
+    }
+    if (id == kIdOk) {
+        focus_next(dialog);
+        return 1;
+    }
+    return 0;
+}
+
 intptr_t TARN_CALL filter_dialog_proc(HWND dialog, uint32_t msg, uintptr_t wParam, intptr_t lParam) {
     static FilterRange *range = nullptr;  // one modal filter dialog at a time
     if (msg == kInitDialog) {
@@ -83,15 +96,7 @@ intptr_t TARN_CALL filter_dialog_proc(HWND dialog, uint32_t msg, uintptr_t wPara
         end_dialog(dialog, 1);
         return 1;
     }
-    if (id == kIdCancel) {
-        end_dialog(dialog, 0);
-        return 1;
-    }
-    if (id == kIdOk) {  // Enter moves on instead of closing
-        focus_next(dialog);
-        return 1;
-    }
-    return 0;
+    return cancel_or_move_on(dialog, id);
 }
 
 }  // namespace
@@ -118,15 +123,7 @@ TARN_EXPORT intptr_t TARN_CALL ld_WorkDateSetupDlgProc(HWND dialog, uint32_t msg
         end_dialog(dialog, 1);
         return 1;
     }
-    if (id == kIdCancel) {
-        end_dialog(dialog, 0);
-        return 1;
-    }
-    if (id == kIdOk) {  // Enter moves on instead of closing
-        focus_next(dialog);
-        return 1;
-    }
-    return 0;
+    return cancel_or_move_on(dialog, id);
 }
 
 TARN_EXPORT int32_t TARN_CALL ld_WorkDateSetup(HWND parent) {
