@@ -33,16 +33,18 @@ bench: deps
 	@cmake --build --preset bench -j $(JOBS)
 	@TARNGDI_HOME=$(CURDIR)/build/bench/home build/bench/tarn_bench --benchmark_counters_tabular=true
 
-# Every fuzz target (fuzz/fuzz_*.cpp) for FUZZ_SECONDS each, inputs up to 4096 bytes; the corpus
-# of each grows in build/fuzz/corpus/NAME.
+# Every fuzz target (fuzz/fuzz_*.cpp, the fuzz preset) for FUZZ_SECONDS each, inputs up to
+# 4096 bytes; the corpus of each grows in build/fuzz/corpus/NAME.
 fuzz:
 	@bash scripts/install-deps.sh $(FUZZ_PACKAGES)
-	@bash fuzz/build.sh build/fuzz
+	@cmake --preset fuzz >/dev/null
+	@cmake --build --preset fuzz -j $(JOBS)
+	@mkdir -p build/fuzz/home
 	@for t in build/fuzz/fuzz_*; do \
 	  [ -x "$$t" ] || continue; \
 	  name=$$(basename $$t); mkdir -p build/fuzz/corpus/$$name; \
 	  echo "== $$name, $(FUZZ_SECONDS) s"; \
-	  $$t -max_len=4096 -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 build/fuzz/corpus/$$name \
+	  TARNGDI_HOME=$(CURDIR)/build/fuzz/home $$t -max_len=4096 -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 build/fuzz/corpus/$$name \
 	    >build/fuzz/$$name.log 2>&1 || { tail -40 build/fuzz/$$name.log; exit 1; }; \
 	  grep -E '^#[0-9]+ +DONE' build/fuzz/$$name.log; \
 	done

@@ -1,22 +1,44 @@
-/* tarn_types.h - the system types that appear in tarngdi32.h.
- * On Windows they are the real ones; elsewhere handles are opaque pointers and text units are
- * 16-bit, so the same header describes the same interface on every platform. */
+/* tarn_types.h - the system types that appear in tarngdi32.h, and its two macros.
+ * On Windows the types are the real ones; elsewhere handles are opaque pointers and text units
+ * are 16-bit, so the same header describes the same interface on every platform. */
 #ifndef TARN_TYPES_H
 #define TARN_TYPES_H
 
 #include <stdint.h>
 #include <stddef.h>
 
+/* TARN_API, the linkage of every export: extern "C" under C++; on Windows
+ * __declspec(dllimport) for a program that asks for it (TARN_USE_DLL), else nothing (the DLL's
+ * export list is its .def, and an import library serves callers either way); default
+ * visibility elsewhere.
+ * TARN_CALL, the calling convention of every export and of every callback the library calls:
+ * __stdcall on 32-bit Windows, the platform's own convention elsewhere. */
+#if defined(__cplusplus) && defined(_WIN32) && defined(TARN_USE_DLL)
+#  define TARN_API extern "C" __declspec(dllimport)
+#elif defined(_WIN32) && defined(TARN_USE_DLL)
+#  define TARN_API __declspec(dllimport)
+#elif defined(__cplusplus) && defined(_WIN32)
+#  define TARN_API extern "C"
+#elif defined(_WIN32)
+#  define TARN_API
+#elif defined(__cplusplus)
+#  define TARN_API extern "C" __attribute__((visibility("default")))
+#else
+#  define TARN_API __attribute__((visibility("default")))
+#endif
+
+#if defined(_WIN32) && !defined(_WIN64)
+#  define TARN_CALL __stdcall
+#else
+#  define TARN_CALL
+#endif
+
+/* The table of types below keeps its columns. */
+/* clang-format off */
 #if defined(_WIN32)
 #  include <windows.h>
 #  include <oleauto.h>
    typedef wchar_t TARN_WCHAR;
-#  define TARN_API_CALL __stdcall
-#  if defined(TARN_BUILDING_LIBRARY)
-#    define TARN_API_EXPORT
-#  else
-#    define TARN_API_EXPORT __declspec(dllimport)
-#  endif
 #else
 #  ifdef __cplusplus
      typedef char16_t TARN_WCHAR;
@@ -52,9 +74,8 @@
    typedef uint32_t                DWORD;
    typedef TARN_WCHAR              WCHAR;
    typedef TARN_WCHAR*             BSTR;
-#  define TARN_API_CALL
-#  define TARN_API_EXPORT __attribute__((visibility("default")))
 #endif
+/* clang-format on */
 
 /* Text written as TARN_W("abc") is a 16-bit literal on every platform. */
 #if defined(_WIN32)

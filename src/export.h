@@ -1,6 +1,5 @@
-// Included first by every file that defines exports: the public declarations plus the
-// definition-side spelling of the calling convention.
+// Included first by every file that defines exports: the public declarations, whose TARN_API
+// and TARN_CALL the definitions repeat.
 #pragma once
 #include "tarngdi32.h"
 
-#define TARN_EXPORT extern "C" TARN_API

@@ -104,28 +104,28 @@ double evaluate_text(const char *text, int32_t wanted, double *wantedValue) {
 
 }  // namespace
 
-TARN_EXPORT double TARN_CALL koMultilineEval(const char *text) {
+TARN_API double TARN_CALL koMultilineEval(const char *text) {
     const double sum = evaluate_text(text, -1, nullptr);
     return RoundKfmEx(sum, decimals_of(text));
 }
 
-TARN_EXPORT double TARN_CALL koMultilineEvalLine(const char *text, int32_t line) {
+TARN_API double TARN_CALL koMultilineEvalLine(const char *text, int32_t line) {
     double value = 0;
     evaluate_text(text, line, &value);
     return RoundKfmEx(value, decimals_of(text));
 }
 
-TARN_EXPORT int32_t TARN_CALL koMultilineEvalGetDec(const char *text) { return decimals_of(text); }
+TARN_API int32_t TARN_CALL koMultilineEvalGetDec(const char *text) { return decimals_of(text); }
 
-TARN_EXPORT int32_t TARN_CALL koMultilineGetErrorStat(void) { return state().errorLine; }
+TARN_API int32_t TARN_CALL koMultilineGetErrorStat(void) { return state().errorLine; }
 
-TARN_EXPORT const char *TARN_CALL koMultilineGetLastError(void) { return state().errorText; }
+TARN_API const char *TARN_CALL koMultilineGetLastError(void) { return state().errorText; }
 
-TARN_EXPORT const char *TARN_CALL koMultilineGetLine(const char *text, int32_t line) {
+TARN_API const char *TARN_CALL koMultilineGetLine(const char *text, int32_t line) {
     return line_start(text, line);
 }
 
-TARN_EXPORT int32_t TARN_CALL koMultilineGetNumLines(const char *text) {
+TARN_API int32_t TARN_CALL koMultilineGetNumLines(const char *text) {
     if (text == nullptr || *text == '\0') return 0;
     int32_t lines = 1;
     for (const char *p = std::strchr(text, '\n'); p != nullptr && p[1] != '\0'; p = std::strchr(p + 1, '\n'))
@@ -133,7 +133,7 @@ TARN_EXPORT int32_t TARN_CALL koMultilineGetNumLines(const char *text) {
     return lines;
 }
 
-TARN_EXPORT int32_t TARN_CALL koMultilineCopyLine(const char *text, int32_t line, char *buffer,
+TARN_API int32_t TARN_CALL koMultilineCopyLine(const char *text, int32_t line, char *buffer,
                                                   int32_t size, BOOL terminate) {
     const char *p = line_start(text, line);
     if (p == nullptr) return 0;

@@ -82,7 +82,7 @@ std::string target_prefix(std::string folder) {
 
 }  // namespace
 
-TARN_EXPORT int32_t TARN_CALL koCopySingleFile(HWND parent, const char *source, const char *target,
+TARN_API int32_t TARN_CALL koCopySingleFile(HWND parent, const char *source, const char *target,
                                                uint32_t attributeMask, uint32_t *flags) {
     // Without a flags word the copy neither reports, replaces nor asks.
     uint32_t none = 0;
@@ -140,7 +140,7 @@ TARN_EXPORT int32_t TARN_CALL koCopySingleFile(HWND parent, const char *source, 
     return 1;
 }
 
-TARN_EXPORT int32_t TARN_CALL koCopyFileEx(HWND parent, const char *pattern, uint32_t includeMask,
+TARN_API int32_t TARN_CALL koCopyFileEx(HWND parent, const char *pattern, uint32_t includeMask,
                                            const char *folder, uint32_t attributeMask,
                                            uint32_t *flags) {
     uint32_t none = 0;

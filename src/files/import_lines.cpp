@@ -10,7 +10,7 @@ constexpr char kSeparator = ';';
 
 }  // namespace
 
-TARN_EXPORT char *TARN_CALL koReadImportLine(HANDLE *file, int32_t maxLength) {
+TARN_API char *TARN_CALL koReadImportLine(HANDLE *file, int32_t maxLength) {
     if (!file || maxLength < 1) return nullptr;
     // The spare bytes behind the data keep the record terminated whatever the walk leaves.
     auto *line = static_cast<char *>(AllocGlobal(uint32_t(maxLength) + 10));
@@ -55,15 +55,15 @@ TARN_EXPORT char *TARN_CALL koReadImportLine(HANDLE *file, int32_t maxLength) {
     return line;
 }
 
-TARN_EXPORT char *TARN_CALL koReadImportLineAnsi(HANDLE *file, int32_t maxLength) {
+TARN_API char *TARN_CALL koReadImportLineAnsi(HANDLE *file, int32_t maxLength) {
     char *line = koReadImportLine(file, maxLength);
     if (line) koAnsi2Oem(line, line);
     return line;
 }
 
-TARN_EXPORT void TARN_CALL koFreeImportLine(char *line) { FreeGlobal(line); }
+TARN_API void TARN_CALL koFreeImportLine(char *line) { FreeGlobal(line); }
 
-TARN_EXPORT char *TARN_CALL koImportToken(char **cursor, char *start) {
+TARN_API char *TARN_CALL koImportToken(char **cursor, char *start) {
     if (!cursor) return nullptr;
     if (start) *cursor = start;
     char *p = *cursor;

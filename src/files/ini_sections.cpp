@@ -49,7 +49,7 @@ private:
 
 }  // namespace
 
-TARN_EXPORT int32_t TARN_CALL DelIniAbschnitt(const char *file, const char *section) {
+TARN_API int32_t TARN_CALL DelIniAbschnitt(const char *file, const char *section) {
     if (!file) return 0;
     const std::string temp = plat::temp_folder() + UniqName() + ".$$$";
     ScopedFile in(X_Open(file, 0));
@@ -81,7 +81,7 @@ TARN_EXPORT int32_t TARN_CALL DelIniAbschnitt(const char *file, const char *sect
     return 1;
 }
 
-TARN_EXPORT int32_t TARN_CALL AddIniAbschnitt(const char *file, const char *section, const char *text) {
+TARN_API int32_t TARN_CALL AddIniAbschnitt(const char *file, const char *section, const char *text) {
     if (!file) return 0;
     DelIniAbschnitt(file, section);
     HANDLE h = X_Open(file, 1);
@@ -104,7 +104,7 @@ TARN_EXPORT int32_t TARN_CALL AddIniAbschnitt(const char *file, const char *sect
     return headerWritten && bodyWritten ? 1 : 0;
 }
 
-TARN_EXPORT int32_t TARN_CALL LoadIniAbschnitt(const char *file, const char *section, char *buffer) {
+TARN_API int32_t TARN_CALL LoadIniAbschnitt(const char *file, const char *section, char *buffer) {
     if (!file) return 0;
     ScopedFile in(X_Open(file, 0));
     if (!in.ok()) return 0;
@@ -130,6 +130,6 @@ TARN_EXPORT int32_t TARN_CALL LoadIniAbschnitt(const char *file, const char *sec
     return 1;
 }
 
-TARN_EXPORT int32_t TARN_CALL DateiLoeschen(const char *file) {
+TARN_API int32_t TARN_CALL DateiLoeschen(const char *file) {
     return file && plat::delete_file(file) ? 1 : 0;
 }

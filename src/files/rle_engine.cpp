@@ -51,14 +51,14 @@ void write_header(Byte out[kHeaderSize], uint32_t tableSize, uint32_t length) {
 
 }  // namespace tarn::rle
 
-TARN_EXPORT int32_t TARN_CALL koExRleCompress(koRleIoProc io, void *context) {
+TARN_API int32_t TARN_CALL koExRleCompress(koRleIoProc io, void *context) {
     // Without a callback there is nothing to read or write to: a failure.
     if (!io) return 0;
     tarn::rle::CallbackIo stream(io, context);
     return tarn::rle::compress(stream);
 }
 
-TARN_EXPORT int32_t TARN_CALL koExRleExpand(koRleIoProc io, void *context) {
+TARN_API int32_t TARN_CALL koExRleExpand(koRleIoProc io, void *context) {
     if (!io) return 0;
     tarn::rle::CallbackIo stream(io, context);
     return tarn::rle::expand(stream);

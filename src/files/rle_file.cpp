@@ -81,10 +81,10 @@ int32_t run_between(HANDLE src, HANDLE dst, uint32_t length) {
 }  // namespace
 }  // namespace tarn::rle
 
-TARN_EXPORT int32_t TARN_CALL koFileCompress(HANDLE src, HANDLE dst, uint32_t length) {
+TARN_API int32_t TARN_CALL koFileCompress(HANDLE src, HANDLE dst, uint32_t length) {
     return tarn::rle::run_between<tarn::rle::compress<tarn::rle::FileIo>>(src, dst, length);
 }
 
-TARN_EXPORT int32_t TARN_CALL koFileExpand(HANDLE src, HANDLE dst, uint32_t length) {
+TARN_API int32_t TARN_CALL koFileExpand(HANDLE src, HANDLE dst, uint32_t length) {
     return tarn::rle::run_between<tarn::rle::expand<tarn::rle::FileIo>>(src, dst, length);
 }

@@ -443,13 +443,13 @@ int32_t MemoryIo::decode_output(const Byte table[kMaxTable], uint32_t length) {
 }  // namespace tarn::rle
 
 // A null source reads as empty and a null destination as one without room.
-TARN_EXPORT uint32_t TARN_CALL koMemoCompress(const void *src, uint32_t srcLen, void *dst, uint32_t dstCap) {
+TARN_API uint32_t TARN_CALL koMemoCompress(const void *src, uint32_t srcLen, void *dst, uint32_t dstCap) {
     tarn::rle::MemoryIo io(static_cast<const tarn::rle::Byte *>(src), src ? srcLen : 0,
                            static_cast<tarn::rle::Byte *>(dst), dst ? dstCap : 0);
     return tarn::rle::compress(io) ? io.written() : 0;
 }
 
-TARN_EXPORT uint32_t TARN_CALL koMemoExpand(const void *src, uint32_t srcLen, void *dst, uint32_t dstCap) {
+TARN_API uint32_t TARN_CALL koMemoExpand(const void *src, uint32_t srcLen, void *dst, uint32_t dstCap) {
     tarn::rle::MemoryIo io(static_cast<const tarn::rle::Byte *>(src), src ? srcLen : 0,
                            static_cast<tarn::rle::Byte *>(dst), dst ? dstCap : 0);
     return tarn::rle::expand(io) ? io.written() : 0;

@@ -17,7 +17,7 @@ int32_t record_offset(int32_t size, int32_t index) {
 
 }  // namespace
 
-TARN_EXPORT int32_t TARN_CALL koDefShellCompare(void *, int32_t size, const void *a, const void *b) {
+TARN_API int32_t TARN_CALL koDefShellCompare(void *, int32_t size, const void *a, const void *b) {
     if (size < 1) return 0;
     // memcmp already skips equal words and orders by unsigned bytes; only its sign is ours.
     const int r = std::memcmp(a, b, static_cast<size_t>(size));
@@ -25,13 +25,13 @@ TARN_EXPORT int32_t TARN_CALL koDefShellCompare(void *, int32_t size, const void
 }
 
 // The memory defaults answer with the number of bytes copied.
-TARN_EXPORT int32_t TARN_CALL koDefShellMemoryGet(void *context, int32_t size, int32_t index, void *record) {
+TARN_API int32_t TARN_CALL koDefShellMemoryGet(void *context, int32_t size, int32_t index, void *record) {
     if (size < 1) return 0;
     std::memcpy(record, record_at(context, size, index), static_cast<size_t>(size));
     return size;
 }
 
-TARN_EXPORT int32_t TARN_CALL koDefShellMemorySet(void *context, int32_t size, int32_t index,
+TARN_API int32_t TARN_CALL koDefShellMemorySet(void *context, int32_t size, int32_t index,
                                                  const void *record) {
     if (size < 1) return 0;
     std::memcpy(record_at(context, size, index), record, static_cast<size_t>(size));
@@ -41,7 +41,7 @@ TARN_EXPORT int32_t TARN_CALL koDefShellMemorySet(void *context, int32_t size, i
 // The file defaults answer with the position reached, whether or not the transfer happened:
 // the caller learns of a failed move, never of a short read or write. Without a handle there is
 // no move to make, which answers -1 as a failed move does.
-TARN_EXPORT int32_t TARN_CALL koDefShellFileGet(void *context, int32_t size, int32_t index, void *record) {
+TARN_API int32_t TARN_CALL koDefShellFileGet(void *context, int32_t size, int32_t index, void *record) {
     if (!context) return -1;
     HANDLE file = *static_cast<HANDLE *>(context);
     const int32_t offset = record_offset(size, index);
@@ -51,7 +51,7 @@ TARN_EXPORT int32_t TARN_CALL koDefShellFileGet(void *context, int32_t size, int
     return reached;
 }
 
-TARN_EXPORT int32_t TARN_CALL koDefShellFileSet(void *context, int32_t size, int32_t index,
+TARN_API int32_t TARN_CALL koDefShellFileSet(void *context, int32_t size, int32_t index,
                                                const void *record) {
     if (!context) return -1;
     HANDLE file = *static_cast<HANDLE *>(context);

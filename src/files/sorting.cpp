@@ -1,7 +1,7 @@
 // Bubble, shell and quick sort over records the sorters only reach through get, set and compare.
 //
 // Callers watch these calls (a file array pays a seek and a transfer for each), so every
-// procedure makes exactly its documented sequence of them; the memory fast path below makes the
+// procedure makes exactly the same sequence of them, call for call; the memory fast path below makes the
 // same copies without the calls.
 #include "export.h"
 #include "platform/memory.h"
@@ -245,7 +245,7 @@ int32_t file_count(HANDLE *file, int32_t count, int32_t size) {
 
 using tarn::Byte;
 
-TARN_EXPORT int32_t TARN_CALL koBubbleSort(void *context, int32_t count, int32_t size, koSortGetProc get,
+TARN_API int32_t TARN_CALL koBubbleSort(void *context, int32_t count, int32_t size, koSortGetProc get,
                                           koSortSetProc set, koSortCompareProc compare) {
     return tarn::with_records(context, count, size, get, set, compare, false,
                               [count](const auto &r, Byte *a, Byte *b, Byte *) {
@@ -253,7 +253,7 @@ TARN_EXPORT int32_t TARN_CALL koBubbleSort(void *context, int32_t count, int32_t
                               });
 }
 
-TARN_EXPORT int32_t TARN_CALL koShellSort(void *context, int32_t count, int32_t size, koSortGetProc get,
+TARN_API int32_t TARN_CALL koShellSort(void *context, int32_t count, int32_t size, koSortGetProc get,
                                          koSortSetProc set, koSortCompareProc compare) {
     return tarn::with_records(context, count, size, get, set, compare, false,
                               [count](const auto &r, Byte *x, Byte *y, Byte *) {
@@ -261,7 +261,7 @@ TARN_EXPORT int32_t TARN_CALL koShellSort(void *context, int32_t count, int32_t 
                               });
 }
 
-TARN_EXPORT int32_t TARN_CALL koQuickSort(void *context, int32_t count, int32_t size, koSortGetProc get,
+TARN_API int32_t TARN_CALL koQuickSort(void *context, int32_t count, int32_t size, koSortGetProc get,
                                          koSortSetProc set, koSortCompareProc compare,
                                          int32_t threshold) {
     try {
@@ -277,22 +277,22 @@ TARN_EXPORT int32_t TARN_CALL koQuickSort(void *context, int32_t count, int32_t 
     }
 }
 
-TARN_EXPORT int32_t TARN_CALL koBubbleSortMemoryArray(void *base, int32_t count, int32_t size,
+TARN_API int32_t TARN_CALL koBubbleSortMemoryArray(void *base, int32_t count, int32_t size,
                                                      koSortCompareProc compare) {
     return koBubbleSort(base, count, size, nullptr, nullptr, compare);
 }
 
-TARN_EXPORT int32_t TARN_CALL koShellSortMemoryArray(void *base, int32_t count, int32_t size,
+TARN_API int32_t TARN_CALL koShellSortMemoryArray(void *base, int32_t count, int32_t size,
                                                     koSortCompareProc compare) {
     return koShellSort(base, count, size, nullptr, nullptr, compare);
 }
 
-TARN_EXPORT int32_t TARN_CALL koQuickSortMemoryArray(void *base, int32_t count, int32_t size,
+TARN_API int32_t TARN_CALL koQuickSortMemoryArray(void *base, int32_t count, int32_t size,
                                                     koSortCompareProc compare, int32_t threshold) {
     return koQuickSort(base, count, size, nullptr, nullptr, compare, threshold);
 }
 
-TARN_EXPORT int32_t TARN_CALL koBubbleSortFileArray(HANDLE *file, int32_t count, int32_t size,
+TARN_API int32_t TARN_CALL koBubbleSortFileArray(HANDLE *file, int32_t count, int32_t size,
                                                    koSortCompareProc compare) {
     if (size < 1) return size;
     if (!file) return 0;
@@ -300,7 +300,7 @@ TARN_EXPORT int32_t TARN_CALL koBubbleSortFileArray(HANDLE *file, int32_t count,
                         koDefShellFileSet, compare);
 }
 
-TARN_EXPORT int32_t TARN_CALL koShellSortFileArray(HANDLE *file, int32_t count, int32_t size,
+TARN_API int32_t TARN_CALL koShellSortFileArray(HANDLE *file, int32_t count, int32_t size,
                                                   koSortCompareProc compare) {
     if (size < 1) return size;
     if (!file) return 0;
@@ -308,7 +308,7 @@ TARN_EXPORT int32_t TARN_CALL koShellSortFileArray(HANDLE *file, int32_t count, 
                        koDefShellFileSet, compare);
 }
 
-TARN_EXPORT int32_t TARN_CALL koQuickSortFileArray(HANDLE *file, int32_t count, int32_t size,
+TARN_API int32_t TARN_CALL koQuickSortFileArray(HANDLE *file, int32_t count, int32_t size,
                                                   koSortCompareProc compare, int32_t threshold) {
     if (size < 1) return size;
     if (!file) return 0;

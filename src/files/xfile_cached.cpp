@@ -40,7 +40,7 @@ struct CacheBlock {
     int32_t dirty;   // holds bytes the disk has not seen
 };
 
-// The documented state of the cached file and everything done with the blocks. Its operations
+// The state of the cached file that callers rely on, and everything done with the blocks. Its operations
 // work on `position` and `logicalSize` as they stand: XFileC settles its byte cursor first.
 class XFBufferC {
 public:
@@ -198,7 +198,7 @@ private:
     }
 };
 
-// The object: the interface table pointer, the buffer's documented fields and the reference
+// The object: the interface table pointer, the buffer fields callers read and the reference
 // count in that order; the byte cursor, which no caller sees, comes behind them.
 class XFileC : public IXFileCached, public XFBufferC {
 public:
@@ -480,7 +480,7 @@ const IXFileCachedVtbl kVtbl = {
 
 }  // namespace
 
-TARN_EXPORT IXFileCached *TARN_CALL CreateIXFileCached(void) {
+TARN_API IXFileCached *TARN_CALL CreateIXFileCached(void) {
     void *memory = AllocGlobal(sizeof(XFileC));
     if (!memory) return nullptr;
     XFileC *f = new (memory) XFileC();
@@ -489,4 +489,4 @@ TARN_EXPORT IXFileCached *TARN_CALL CreateIXFileCached(void) {
     return f;
 }
 
-TARN_EXPORT const GUID *TARN_CALL GetIID_IXFileCached(void) { return &kIID_IXFileCached; }
+TARN_API const GUID *TARN_CALL GetIID_IXFileCached(void) { return &kIID_IXFileCached; }

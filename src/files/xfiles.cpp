@@ -107,15 +107,15 @@ std::string make_cached_temp_name() {
 
 }  // namespace tarn::xfiles
 
-TARN_EXPORT HANDLE TARN_CALL X_Open(const char *name, int32_t write) {
+TARN_API HANDLE TARN_CALL X_Open(const char *name, int32_t write) {
     return plat::file_open(name ? name : "", tarn::xfiles::open_existing(write != 0));
 }
 
-TARN_EXPORT HANDLE TARN_CALL X_Creat(const char *name) {
+TARN_API HANDLE TARN_CALL X_Creat(const char *name) {
     return plat::file_open(name ? name : "", tarn::xfiles::create_always());
 }
 
-TARN_EXPORT HANDLE TARN_CALL X_CreatTmp(void) {
+TARN_API HANDLE TARN_CALL X_CreatTmp(void) {
     const std::string path = tarn::xfiles::make_temp_name();
     HANDLE h = plat::file_open(path.c_str(), tarn::xfiles::create_temporary(plat::kShareNone));
     if (h == TARN_INVALID_HANDLE) {
@@ -127,55 +127,55 @@ TARN_EXPORT HANDLE TARN_CALL X_CreatTmp(void) {
     return h;
 }
 
-TARN_EXPORT int32_t TARN_CALL X_Close(HANDLE h) { return plat::file_close(h) ? 1 : 0; }
+TARN_API int32_t TARN_CALL X_Close(HANDLE h) { return plat::file_close(h) ? 1 : 0; }
 
-TARN_EXPORT int16_t TARN_CALL X_Read(HANDLE h, void *buffer, uint16_t count) {
+TARN_API int16_t TARN_CALL X_Read(HANDLE h, void *buffer, uint16_t count) {
     return read16(h, buffer, count);
 }
 
-TARN_EXPORT int16_t TARN_CALL X_Write(HANDLE h, const void *buffer, uint16_t count) {
+TARN_API int16_t TARN_CALL X_Write(HANDLE h, const void *buffer, uint16_t count) {
     return write16(h, buffer, count);
 }
 
-TARN_EXPORT int32_t TARN_CALL X_Seek(HANDLE h, int32_t offset, uint16_t origin) {
+TARN_API int32_t TARN_CALL X_Seek(HANDLE h, int32_t offset, uint16_t origin) {
     if (origin > 2) return -1;
     const int64_t at = plat::file_seek(h, offset, origin);
     return at < 0 ? -1 : int32_t(at);
 }
 
-TARN_EXPORT int32_t TARN_CALL X_Readln(HANDLE h, char *buffer, int32_t size) {
+TARN_API int32_t TARN_CALL X_Readln(HANDLE h, char *buffer, int32_t size) {
     return read_line(SystemHandle{h}, buffer, size);
 }
 
 // Both writes are judged on their 16-bit results: a failed write (-1) counts as written, and a
 // text of 65536 characters, whose count wraps to 0, as failed.
-TARN_EXPORT int32_t TARN_CALL X_Writeln(HANDLE h, const char *text) {
+TARN_API int32_t TARN_CALL X_Writeln(HANDLE h, const char *text) {
     if (text && *text && write16(h, text, uint16_t(std::strlen(text))) == 0) return 0;
     return write16(h, "\r\n", 2) != 0 ? 1 : 0;
 }
 
-TARN_EXPORT int32_t TARN_CALL X_lRead(HANDLE h, void *buffer, int32_t count) {
+TARN_API int32_t TARN_CALL X_lRead(HANDLE h, void *buffer, int32_t count) {
     return transfer_large(static_cast<char *>(buffer), count,
                           [h](char *at, uint16_t n) { return read16(h, at, n); });
 }
 
-TARN_EXPORT int32_t TARN_CALL X_lWrite(HANDLE h, const void *buffer, int32_t count) {
+TARN_API int32_t TARN_CALL X_lWrite(HANDLE h, const void *buffer, int32_t count) {
     return transfer_large(static_cast<const char *>(buffer), count,
                           [h](const char *at, uint16_t n) { return write16(h, at, n); });
 }
 
-TARN_EXPORT int32_t TARN_CALL lreadln(int32_t file, char *buffer, int32_t size) {
+TARN_API int32_t TARN_CALL lreadln(int32_t file, char *buffer, int32_t size) {
     return read_line(OldHandle{file}, buffer, size);
 }
 
 // An empty text is not written: a write of 0 bytes would cut an old-style file at the pointer.
-TARN_EXPORT int32_t TARN_CALL lwriteln(int32_t file, const char *text) {
+TARN_API int32_t TARN_CALL lwriteln(int32_t file, const char *text) {
     const size_t length = text ? std::strlen(text) : 0;
     if (length > 0 && plat::old_write(file, text, uint32_t(length)) != int32_t(length)) return 0;
     return plat::old_write(file, "\r\n", 2) == 2 ? 1 : 0;
 }
 
-TARN_EXPORT const char *TARN_CALL UniqName(void) {
+TARN_API const char *TARN_CALL UniqName(void) {
     const uint32_t t = uint32_t(now_seconds());
     std::snprintf(gState.uniqName, sizeof gState.uniqName, "%04X%04X", unsigned(t & 0xFFFFu),
                   unsigned(t >> 16));

@@ -49,7 +49,7 @@ void copy_login_text(unsigned char *field, const char *text) {
 
 }  // namespace
 
-TARN_EXPORT void *TARN_CALL koClientCreate(uint16_t port, uint16_t transport, const char *host) {
+TARN_API void *TARN_CALL koClientCreate(uint16_t port, uint16_t transport, const char *host) {
     koConnect *c = nullptr;
     if (transport == KO_CLIENT_SOCKET) c = new (std::nothrow) koSocketClient;
     else if (transport == KO_CLIENT_PIPE) c = new (std::nothrow) koPipeClient;
@@ -61,7 +61,7 @@ TARN_EXPORT void *TARN_CALL koClientCreate(uint16_t port, uint16_t transport, co
     return c;
 }
 
-TARN_EXPORT int32_t TARN_CALL koClientLogin(void *client, const char *name, const char *second) {
+TARN_API int32_t TARN_CALL koClientLogin(void *client, const char *name, const char *second) {
     koConnect *c = client_of(client);
     if (!c) return 0;
     unsigned char login[64] = {};
@@ -74,12 +74,12 @@ TARN_EXPORT int32_t TARN_CALL koClientLogin(void *client, const char *name, cons
     return 0;
 }
 
-TARN_EXPORT int32_t TARN_CALL koClientLogout(void *client) {
+TARN_API int32_t TARN_CALL koClientLogout(void *client) {
     koConnect *c = client_of(client);
     return c ? request(c, 2, nullptr, 0, nullptr, 0, nullptr) : 0;
 }
 
-TARN_EXPORT int32_t TARN_CALL koClientRequest(void *client, uint32_t number, const void *data,
+TARN_API int32_t TARN_CALL koClientRequest(void *client, uint32_t number, const void *data,
                                               uint32_t length, void *reply, uint16_t replySize,
                                               uint16_t *replyLength) {
     koConnect *c = client_of(client);
@@ -90,12 +90,12 @@ TARN_EXPORT int32_t TARN_CALL koClientRequest(void *client, uint32_t number, con
     return request(c, number, data, length, reply, replySize, replyLength);
 }
 
-TARN_EXPORT int32_t TARN_CALL koClientShutServerDown(void *client, int32_t force) {
+TARN_API int32_t TARN_CALL koClientShutServerDown(void *client, int32_t force) {
     koConnect *c = client_of(client);
     return c ? request(c, force ? 31 : 30, nullptr, 0, nullptr, 0, nullptr) : 0;
 }
 
-TARN_EXPORT int32_t TARN_CALL koClientCleanup(void *client) {
+TARN_API int32_t TARN_CALL koClientCleanup(void *client) {
     koConnect *c = client_of(client);
     if (!c) return 0;
     c->Close();

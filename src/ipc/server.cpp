@@ -6,7 +6,6 @@
 #include <cstring>
 #include <new>
 #include <string>
-#include <thread>
 
 #include "ipc/connect.h"
 #include "ipc/frames.h"
@@ -14,6 +13,7 @@
 #include "platform/files.h"
 #include "platform/net.h"
 #include "platform/system.h"
+#include "platform/thread.h"
 
 namespace tarn::ipc {
 namespace {
@@ -81,13 +81,18 @@ void serve_connection(Chain chain) {
     delete conn;
 }
 
+void run_acceptor(void *chain) {
+    const Chain copy = *static_cast<Chain *>(chain);
+    delete static_cast<Chain *>(chain);
+    serve_connection(copy);
+}
+
 void start_acceptor(const Chain &chain) {
     // Without a thread for now the chain goes on once one can be had.
     for (;;) {
-        try {
-            std::thread(serve_connection, chain).detach();
-            break;
-        } catch (const std::exception &) {
+        if (Chain *copy = new (std::nothrow) Chain(chain)) {
+            if (plat::start_thread(run_acceptor, copy)) break;
+            delete copy;
         }
         if (!wanted(chain)) break;
         plat::sleep_ms(kRetryMs);
@@ -131,9 +136,9 @@ bool start_sockets(uint16_t port) {
 
 using namespace tarn::ipc;
 
-TARN_EXPORT int32_t TARN_CALL koInitIP(void) { return plat::net_startup() ? 1 : 0; }
+TARN_API int32_t TARN_CALL koInitIP(void) { return plat::net_startup() ? 1 : 0; }
 
-TARN_EXPORT int32_t TARN_CALL koExitIP(void) {
+TARN_API int32_t TARN_CALL koExitIP(void) {
     plat::net_cleanup();
     plat::sleep_ms(100);
     return 1;
@@ -142,7 +147,7 @@ TARN_EXPORT int32_t TARN_CALL koExitIP(void) {
 // A second server in the same process takes over handler, log procedure, port and the
 // listening socket (the first one's socket acceptors end); the first's open connections and pipe
 // acceptors go on with them.
-TARN_EXPORT void *TARN_CALL koServerCreate(uint32_t port, uint16_t flags, koRequestHandler handler,
+TARN_API void *TARN_CALL koServerCreate(uint32_t port, uint16_t flags, koRequestHandler handler,
                                            koLogProc log) {
     koConnect *token = new (std::nothrow) koConnect;
     if (!token) return nullptr;
@@ -166,11 +171,11 @@ TARN_EXPORT void *TARN_CALL koServerCreate(uint32_t port, uint16_t flags, koRequ
     return token;
 }
 
-TARN_EXPORT int32_t TARN_CALL koServerIsRunning(void *handle) {
+TARN_API int32_t TARN_CALL koServerIsRunning(void *handle) {
     return handle && !server().shutdown ? 1 : 0;
 }
 
-TARN_EXPORT void TARN_CALL koServerShutDown(void *) {
+TARN_API void TARN_CALL koServerShutDown(void *) {
     plat::default_beep();
     report(kLogProgress, "shut down...");
     plat::sleep_ms(200);
@@ -178,7 +183,7 @@ TARN_EXPORT void TARN_CALL koServerShutDown(void *) {
     plat::sleep_ms(200);
 }
 
-TARN_EXPORT void TARN_CALL koServerSockets(void *handle, uint32_t *active, uint32_t *spare,
+TARN_API void TARN_CALL koServerSockets(void *handle, uint32_t *active, uint32_t *spare,
                                            uint32_t newSpare) {
     if (!handle) return;
     ServerState &s = server();
@@ -187,7 +192,7 @@ TARN_EXPORT void TARN_CALL koServerSockets(void *handle, uint32_t *active, uint3
     if (spare) *spare = s.spare;
 }
 
-TARN_EXPORT void TARN_CALL koServerCleanup(void *handle) {
+TARN_API void TARN_CALL koServerCleanup(void *handle) {
     if (!handle) return;
     report(kLogProgress, "The server is done.");
     close_listener();

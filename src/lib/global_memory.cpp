@@ -1,6 +1,6 @@
 // The tracked allocator: every block carries an 8-byte header (total size, system handle).
 #include "export.h"
-#include "lib/frame_state.h"
+#include "lib/base_state.h"
 #include "platform/memory.h"
 
 #include <cstring>
@@ -9,7 +9,7 @@ namespace {
 constexpr uint32_t kHeader = 8;
 }
 
-TARN_EXPORT void *TARN_CALL AllocGlobal(uint32_t size) {
+TARN_API void *TARN_CALL AllocGlobal(uint32_t size) {
     if (size > UINT32_MAX - kHeader) return nullptr;
     const uint32_t total = size + kHeader;
     uintptr_t handle = 0;
@@ -21,25 +21,25 @@ TARN_EXPORT void *TARN_CALL AllocGlobal(uint32_t size) {
     }
     const uint32_t header[2] = {total, static_cast<uint32_t>(handle)};
     std::memcpy(base, header, sizeof header);
-    auto &f = tarn::frame();
+    auto &f = tarn::base();
     f.memBytes += total;
     f.memBlocks += 1;
     return base + kHeader;
 }
 
-TARN_EXPORT void TARN_CALL FreeGlobal(void *block) {
+TARN_API void TARN_CALL FreeGlobal(void *block) {
     if (!block) return;
     unsigned char *base = static_cast<unsigned char *>(block) - kHeader;
     uint32_t total;
     std::memcpy(&total, base, sizeof total);
-    auto &f = tarn::frame();
+    auto &f = tarn::base();
     f.memBytes -= total;
     f.memBlocks -= 1;
     plat::global_free(base);
 }
 
-TARN_EXPORT uint32_t TARN_CALL GetGlobalUsage(uint32_t *blocks, uint32_t *bytes) {
-    const auto &f = tarn::frame();
+TARN_API uint32_t TARN_CALL GetGlobalUsage(uint32_t *blocks, uint32_t *bytes) {
+    const auto &f = tarn::base();
     if (blocks) *blocks = f.memBlocks;
     if (bytes) *bytes = f.memBytes;
     return f.memBytes;

@@ -1,7 +1,7 @@
 #include "export.h"
 #include "platform/system.h"
 
-TARN_EXPORT int32_t TARN_CALL tarnGetModulePath(HMODULE module, char *out, int32_t outSize) {
+TARN_API int32_t TARN_CALL tarnGetModulePath(HMODULE module, char *out, int32_t outSize) {
     if (!out || outSize <= 0) return 0;
     char file[301];
     if (!plat::module_file_name(module, file, sizeof file)) {

@@ -1,6 +1,6 @@
 // Windows version queries; each asks the system afresh, except the WOW64 answer.
 #include "export.h"
-#include "lib/frame_state.h"
+#include "lib/base_state.h"
 #include "platform/system.h"
 
 namespace {
@@ -15,14 +15,14 @@ bool is_nt(uint32_t major, int32_t minor) {
 
 }  // namespace
 
-TARN_EXPORT int32_t TARN_CALL Is_Longhorn(void) { return is_nt(6, -1); }
-TARN_EXPORT int32_t TARN_CALL Is_Win2003(void) { return is_nt(5, 2); }
-TARN_EXPORT int32_t TARN_CALL Is_Windows_7(void) { return is_nt(6, 1); }
-TARN_EXPORT int32_t TARN_CALL Is_Windows_8(void) { return is_nt(6, 2); }
-TARN_EXPORT int32_t TARN_CALL Is_AfterXP(void) { return Is_Win2003() || Is_Longhorn(); }
+TARN_API int32_t TARN_CALL Is_Longhorn(void) { return is_nt(6, -1); }
+TARN_API int32_t TARN_CALL Is_Win2003(void) { return is_nt(5, 2); }
+TARN_API int32_t TARN_CALL Is_Windows_7(void) { return is_nt(6, 1); }
+TARN_API int32_t TARN_CALL Is_Windows_8(void) { return is_nt(6, 2); }
+TARN_API int32_t TARN_CALL Is_AfterXP(void) { return Is_Win2003() || Is_Longhorn(); }
 
-TARN_EXPORT int32_t TARN_CALL Is_Wow64(void) {
-    int32_t &cached = tarn::frame().wow64;
+TARN_API int32_t TARN_CALL Is_Wow64(void) {
+    int32_t &cached = tarn::base().wow64;
     if (cached < 0) {
         bool present = false;
         const bool wow = plat::query_wow64(&present);

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "export.h"
-#include "lib/frame_state.h"
+#include "lib/base_state.h"
 #include "lib/ui.h"
 #include "platform/dialog.h"
 
@@ -73,7 +73,7 @@ void move_focus(TarnUiDialog *d, int to) {
 intptr_t run_dialog(HWND parent, const DialogLayout &layout, DialogProc proc, intptr_t param) {
     const TarnUiProvider *p = provider();
     if (!p || !p->runDialog) {
-        const intptr_t r = plat::run_resource_dialog(frame().instance, layout.name, parent,
+        const intptr_t r = plat::run_resource_dialog(module_instance(), layout.name, parent,
                                                      reinterpret_cast<plat::DialogProc>(proc), param);
         return r < 0 ? 0 : r;
     }
@@ -152,22 +152,22 @@ TarnUiDialog *running(TarnUiDialog *d) { return d ? provider_dialog(reinterpret_
 
 }  // namespace
 
-TARN_EXPORT const char *TARN_CALL tarnUiDialogName(TarnUiDialog *d) {
+TARN_API const char *TARN_CALL tarnUiDialogName(TarnUiDialog *d) {
     d = running(d);
     return d ? d->layout->name : nullptr;
 }
 
-TARN_EXPORT const char *TARN_CALL tarnUiDialogTitle(TarnUiDialog *d) {
+TARN_API const char *TARN_CALL tarnUiDialogTitle(TarnUiDialog *d) {
     d = running(d);
     return d ? d->layout->title : nullptr;
 }
 
-TARN_EXPORT int32_t TARN_CALL tarnUiDialogControlCount(TarnUiDialog *d) {
+TARN_API int32_t TARN_CALL tarnUiDialogControlCount(TarnUiDialog *d) {
     d = running(d);
     return d ? d->layout->count : 0;
 }
 
-TARN_EXPORT int32_t TARN_CALL tarnUiDialogControl(TarnUiDialog *d, int32_t index, int32_t *id,
+TARN_API int32_t TARN_CALL tarnUiDialogControl(TarnUiDialog *d, int32_t index, int32_t *id,
                                                   int32_t *kind, const char **label) {
     d = running(d);
     if (!d || index < 0 || index >= d->layout->count) return 0;
@@ -178,13 +178,13 @@ TARN_EXPORT int32_t TARN_CALL tarnUiDialogControl(TarnUiDialog *d, int32_t index
     return 1;
 }
 
-TARN_EXPORT int32_t TARN_CALL tarnUiDialogGetText(TarnUiDialog *d, int32_t id, char *text,
+TARN_API int32_t TARN_CALL tarnUiDialogGetText(TarnUiDialog *d, int32_t id, char *text,
                                                   int32_t size) {
     d = running(d);
     return d ? get_item_text(reinterpret_cast<HWND>(d), id, text, size) : 0;
 }
 
-TARN_EXPORT int32_t TARN_CALL tarnUiDialogSetText(TarnUiDialog *d, int32_t id, const char *text) {
+TARN_API int32_t TARN_CALL tarnUiDialogSetText(TarnUiDialog *d, int32_t id, const char *text) {
     d = running(d);
     if (!d || d->ended) return 0;
     const int i = index_of(d, id);
@@ -198,12 +198,12 @@ TARN_EXPORT int32_t TARN_CALL tarnUiDialogSetText(TarnUiDialog *d, int32_t id, c
     return 1;
 }
 
-TARN_EXPORT int32_t TARN_CALL tarnUiDialogFocus(TarnUiDialog *d) {
+TARN_API int32_t TARN_CALL tarnUiDialogFocus(TarnUiDialog *d) {
     d = running(d);
     return d && d->focus < d->layout->count ? d->layout->controls[d->focus].id : 0;
 }
 
-TARN_EXPORT int32_t TARN_CALL tarnUiDialogLeave(TarnUiDialog *d, int32_t id) {
+TARN_API int32_t TARN_CALL tarnUiDialogLeave(TarnUiDialog *d, int32_t id) {
     d = running(d);
     if (!d || d->ended) return 0;
     const int i = index_of(d, id);
@@ -212,7 +212,7 @@ TARN_EXPORT int32_t TARN_CALL tarnUiDialogLeave(TarnUiDialog *d, int32_t id) {
     return 1;
 }
 
-TARN_EXPORT int32_t TARN_CALL tarnUiDialogPress(TarnUiDialog *d, int32_t id) {
+TARN_API int32_t TARN_CALL tarnUiDialogPress(TarnUiDialog *d, int32_t id) {
     d = running(d);
     if (!d || d->ended) return 0;
     const int i = index_of(d, id);
@@ -225,7 +225,7 @@ TARN_EXPORT int32_t TARN_CALL tarnUiDialogPress(TarnUiDialog *d, int32_t id) {
     return 1;
 }
 
-TARN_EXPORT int32_t TARN_CALL tarnUiDialogEnded(TarnUiDialog *d, intptr_t *result) {
+TARN_API int32_t TARN_CALL tarnUiDialogEnded(TarnUiDialog *d, intptr_t *result) {
     d = running(d);
     if (!d || !d->ended) return 0;
     if (result) *result = d->result;

@@ -43,7 +43,7 @@ void progress(const char *text, int32_t percent) {
 
 }  // namespace tarn::ui
 
-TARN_EXPORT void TARN_CALL tarnSetUiProvider(const TarnUiProvider *provider) {
+TARN_API void TARN_CALL tarnSetUiProvider(const TarnUiProvider *provider) {
     auto &s = tarn::ui::state();
     std::lock_guard<std::mutex> g(s.lock);
     s.installed = provider != nullptr;

@@ -5,7 +5,7 @@
 
 namespace plat {
 
-using DialogProc = intptr_t(TARN_API_CALL *)(HWND, uint32_t, uintptr_t, intptr_t);
+using DialogProc = intptr_t(TARN_CALL *)(HWND, uint32_t, uintptr_t, intptr_t);
 
 // Runs the dialog resource `name` of `module` modally; -1 when the system has no such dialogs.
 intptr_t run_resource_dialog(HINSTANCE module, const char *name, HWND parent, DialogProc proc,

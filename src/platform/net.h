@@ -82,7 +82,4 @@ void pipe_flush(Pipe *p);       // until the other end has read what was written
 void pipe_disconnect(Pipe *p);  // server end: drops the client
 void pipe_close(Pipe *p);       // closes and frees; null is ignored
 
-// The system's default sound.
-void default_beep();
-
 }  // namespace plat

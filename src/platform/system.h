@@ -1,6 +1,8 @@
-// Operating-system facts: version, module files, time, sleeping.
+// Operating-system facts: version, module files, the machine and its user, the library's
+// folders, time, sleeping, the default sound.
 #pragma once
 #include <cstdint>
+#include <string>
 #include "tarn_types.h"
 
 namespace plat {
@@ -33,5 +35,16 @@ bool local_date_of(int64_t t, int *year, int *month, int *day);
 // The instant of a local time (time zone and daylight saving of the machine); -1 when invalid.
 int64_t local_time_to_instant(int year, int month, int day, int hour, int minute, int second);
 void sleep_ms(uint32_t ms);
+
+// The folder that holds the library's own data here: settings, the registry store, WIN.INI
+// (the Windows folder on Windows).
+std::string settings_home();
+// The folder that stands for the program's folder: the library's module folder on Windows;
+// elsewhere a folder below settings_home(), so that the folders beside it are writable.
+std::string program_folder();
+std::string computer_name();
+std::string user_name();
+// The system's default sound.
+void default_beep();
 
 }  // namespace plat

@@ -10,7 +10,7 @@ namespace {
 constexpr uint32_t kCopySlack = 100;
 }  // namespace
 
-TARN_EXPORT int32_t TARN_CALL koRtf2Ansi(char *text) {
+TARN_API int32_t TARN_CALL koRtf2Ansi(char *text) {
     if (text == nullptr || std::strncmp(text, "{\\rtf", 5) != 0) return 1;
     const size_t length = std::strlen(text);
     if (length > UINT32_MAX - 2 * kCopySlack) return 1;

@@ -68,7 +68,7 @@ intptr_t TARN_CALL gdi_setup_proc(HWND dialog, uint32_t msg, uintptr_t wParam, i
 
 }  // namespace
 
-TARN_EXPORT intptr_t TARN_CALL tarnGdiSetup(HWND parent) {
+TARN_API intptr_t TARN_CALL tarnGdiSetup(HWND parent) {
     const int32_t previous = koSetProfileType(-1);
     const intptr_t result = run_dialog(parent, kDialog, gdi_setup_proc, 0);
     tarn::settings::set_profile_type(previous);

@@ -8,7 +8,7 @@
 
 using namespace tarn::settings;
 
-TARN_EXPORT int32_t TARN_CALL koGetPrivateBin(const char *section, const char *key, void *buffer,
+TARN_API int32_t TARN_CALL koGetPrivateBin(const char *section, const char *key, void *buffer,
                                               uint32_t size, const char *file) {
     if (buffer && size) std::memset(buffer, 0, size);
     const int32_t type = profile_type();
@@ -23,7 +23,7 @@ TARN_EXPORT int32_t TARN_CALL koGetPrivateBin(const char *section, const char *k
     return 0;
 }
 
-TARN_EXPORT uint32_t TARN_CALL koGetPrivateBinSize(const char *section, const char *key, const char *file) {
+TARN_API uint32_t TARN_CALL koGetPrivateBinSize(const char *section, const char *key, const char *file) {
     const int32_t type = profile_type();
     if (!is_registry_form(type) || !key) return 0;
     HKEY hkey = nullptr;
@@ -34,7 +34,7 @@ TARN_EXPORT uint32_t TARN_CALL koGetPrivateBinSize(const char *section, const ch
     return rc == plat::kErrorSuccess ? bytes : 0;
 }
 
-TARN_EXPORT int32_t TARN_CALL koWritePrivateBin(const char *section, const char *key, const void *data,
+TARN_API int32_t TARN_CALL koWritePrivateBin(const char *section, const char *key, const void *data,
                                                 uint32_t size, const char *file) {
     const int32_t type = profile_type();
     if (!is_registry_form(type)) return 0;

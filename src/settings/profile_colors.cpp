@@ -13,7 +13,7 @@ void color_text(COLORREF c, char *out, size_t size) {
 
 }  // namespace
 
-TARN_EXPORT COLORREF TARN_CALL GetPrivateProfileRGB(const char *section, const char *key, COLORREF def,
+TARN_API COLORREF TARN_CALL GetPrivateProfileRGB(const char *section, const char *key, COLORREF def,
                                                     const char *iniFile) {
     char deftext[48], text[128];
     color_text(def, deftext, sizeof deftext);
@@ -25,7 +25,7 @@ TARN_EXPORT COLORREF TARN_CALL GetPrivateProfileRGB(const char *section, const c
     return r | (g << 8) | (b << 16);
 }
 
-TARN_EXPORT COLORREF TARN_CALL WritePrivateProfileRGB(const char *section, const char *key,
+TARN_API COLORREF TARN_CALL WritePrivateProfileRGB(const char *section, const char *key,
                                                       COLORREF colour, const char *iniFile) {
     char text[48];
     color_text(colour, text, sizeof text);

@@ -1,6 +1,7 @@
 // Where the profile of a FILE lives: the profile type, registry key paths and INI file paths.
 #include "export.h"
 #include "platform/files.h"
+#include "platform/system.h"
 #include "settings/settings_state.h"
 
 namespace tarn::settings {
@@ -71,7 +72,7 @@ std::string profile_ini_path(int32_t type, const char *file, bool create) {
 
 }  // namespace tarn::settings
 
-TARN_EXPORT int32_t TARN_CALL koSetProfileType(int32_t type) {
+TARN_API int32_t TARN_CALL koSetProfileType(int32_t type) {
     using namespace tarn::settings;
     const int32_t previous = profile_type();
     if (type == -1) {

@@ -94,7 +94,7 @@ bool delete_profile_keys(int32_t type, const char *file, const char *section) {
 
 using namespace tarn::settings;
 
-TARN_EXPORT char *TARN_CALL koGetPrivateString(const char *section, const char *key, const char *def,
+TARN_API char *TARN_CALL koGetPrivateString(const char *section, const char *key, const char *def,
                                                char *buffer, int32_t size, const char *file) {
     const int32_t type = profile_type();
     if (size == 0) size = 30;
@@ -135,7 +135,7 @@ TARN_EXPORT char *TARN_CALL koGetPrivateString(const char *section, const char *
     return result;
 }
 
-TARN_EXPORT int32_t TARN_CALL koWritePrivateString(const char *section, const char *key,
+TARN_API int32_t TARN_CALL koWritePrivateString(const char *section, const char *key,
                                                    const char *value, const char *file) {
     const int32_t type = profile_type();
     if (!is_registry_form(type)) {
@@ -155,7 +155,7 @@ TARN_EXPORT int32_t TARN_CALL koWritePrivateString(const char *section, const ch
     return rc == plat::kErrorSuccess ? 1 : 0;
 }
 
-TARN_EXPORT int32_t TARN_CALL koGetPrivateLong(const char *section, const char *key, int32_t def,
+TARN_API int32_t TARN_CALL koGetPrivateLong(const char *section, const char *key, int32_t def,
                                                const char *file) {
     char text[32], deftext[32];
     LongToString(deftext, def, 10);
@@ -163,7 +163,7 @@ TARN_EXPORT int32_t TARN_CALL koGetPrivateLong(const char *section, const char *
     return StringToLong(text);
 }
 
-TARN_EXPORT int32_t TARN_CALL koWritePrivateLong(const char *section, const char *key, int32_t value,
+TARN_API int32_t TARN_CALL koWritePrivateLong(const char *section, const char *key, int32_t value,
                                                  const char *file) {
     char text[16];
     const auto r = std::to_chars(text, text + sizeof text - 1, value);
@@ -171,7 +171,7 @@ TARN_EXPORT int32_t TARN_CALL koWritePrivateLong(const char *section, const char
     return koWritePrivateString(section, key, text, file);
 }
 
-TARN_EXPORT double TARN_CALL koGetPrivateDouble(const char *section, const char *key, double def,
+TARN_API double TARN_CALL koGetPrivateDouble(const char *section, const char *key, double def,
                                                 const char *file) {
     char text[32], deftext[32];
     DoubleToString(deftext, def, 20, 5);
@@ -179,7 +179,7 @@ TARN_EXPORT double TARN_CALL koGetPrivateDouble(const char *section, const char 
     return StringToDouble(text);
 }
 
-TARN_EXPORT int32_t TARN_CALL koWritePrivateDouble(const char *section, const char *key, double value,
+TARN_API int32_t TARN_CALL koWritePrivateDouble(const char *section, const char *key, double value,
                                                    const char *file) {
     // The shortest text that reads back to the same value, with the decimal comma.
     char text[40];
@@ -190,27 +190,27 @@ TARN_EXPORT int32_t TARN_CALL koWritePrivateDouble(const char *section, const ch
     return koWritePrivateString(section, key, text, file);
 }
 
-TARN_EXPORT char *TARN_CALL koGetPublicString(const char *section, const char *key, const char *def,
+TARN_API char *TARN_CALL koGetPublicString(const char *section, const char *key, const char *def,
                                               char *buffer, int32_t size) {
     return koGetPrivateString(section, key, def, buffer, size, "DEFAULT");
 }
 
-TARN_EXPORT int32_t TARN_CALL koGetPublicLong(const char *section, const char *key, int32_t def) {
+TARN_API int32_t TARN_CALL koGetPublicLong(const char *section, const char *key, int32_t def) {
     return koGetPrivateLong(section, key, def, "DEFAULT");
 }
 
-TARN_EXPORT double TARN_CALL koGetPublicDouble(const char *section, const char *key, double def) {
+TARN_API double TARN_CALL koGetPublicDouble(const char *section, const char *key, double def) {
     return koGetPrivateDouble(section, key, def, "DEFAULT");
 }
 
-TARN_EXPORT int32_t TARN_CALL koWritePublicString(const char *section, const char *key, const char *value) {
+TARN_API int32_t TARN_CALL koWritePublicString(const char *section, const char *key, const char *value) {
     return koWritePrivateString(section, key, value, "DEFAULT");
 }
 
-TARN_EXPORT int32_t TARN_CALL koWritePublicLong(const char *section, const char *key, int32_t value) {
+TARN_API int32_t TARN_CALL koWritePublicLong(const char *section, const char *key, int32_t value) {
     return koWritePrivateLong(section, key, value, "DEFAULT");
 }
 
-TARN_EXPORT int32_t TARN_CALL koWritePublicDouble(const char *section, const char *key, double value) {
+TARN_API int32_t TARN_CALL koWritePublicDouble(const char *section, const char *key, double value) {
     return koWritePrivateDouble(section, key, value, "DEFAULT");
 }

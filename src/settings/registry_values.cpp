@@ -35,12 +35,12 @@ int32_t set_family_dword(const char *subkey, const char *name, DWORD value) {
 
 }  // namespace
 
-TARN_EXPORT int32_t TARN_CALL tarnGetRegDWORD(HKEY root, const char *path, const char *name, DWORD *value) {
+TARN_API int32_t TARN_CALL tarnGetRegDWORD(HKEY root, const char *path, const char *name, DWORD *value) {
     return tarnGetRegDWORD_Ex(root, path, name, value, nullptr);
 }
 
 // The value's type is not asked: any value of exactly four bytes is read as the number.
-TARN_EXPORT int32_t TARN_CALL tarnGetRegDWORD_Ex(HKEY root, const char *path, const char *name,
+TARN_API int32_t TARN_CALL tarnGetRegDWORD_Ex(HKEY root, const char *path, const char *name,
                                                  DWORD *value, void *view64) {
     if (!value) return 0;
     *value = 0;
@@ -57,7 +57,7 @@ TARN_EXPORT int32_t TARN_CALL tarnGetRegDWORD_Ex(HKEY root, const char *path, co
 }
 
 // On failure the buffer is left empty rather than holding whatever a non-string value put there.
-TARN_EXPORT int32_t TARN_CALL tarnGetRegString_Ex(HKEY root, const char *path, const char *name, char *buffer,
+TARN_API int32_t TARN_CALL tarnGetRegString_Ex(HKEY root, const char *path, const char *name, char *buffer,
                                                   uint32_t size, BOOL view64) {
     if (!buffer || size == 0) return 0;
     HKEY key = nullptr;
@@ -72,27 +72,27 @@ TARN_EXPORT int32_t TARN_CALL tarnGetRegString_Ex(HKEY root, const char *path, c
     return 0;
 }
 
-TARN_EXPORT int32_t TARN_CALL tarnSetRegDWORD(HKEY root, const char *path, const char *name, DWORD value) {
+TARN_API int32_t TARN_CALL tarnSetRegDWORD(HKEY root, const char *path, const char *name, DWORD value) {
     HKEY key = nullptr;
     if (plat::reg_open(root, path, true, false, &key) != plat::kErrorSuccess) return 0;
     return set_value(key, name, plat::kRegDword, &value, sizeof value);
 }
 
-TARN_EXPORT int32_t TARN_CALL tarnGetZentKeyDWORD(const char *name, DWORD *value) {
+TARN_API int32_t TARN_CALL tarnGetZentKeyDWORD(const char *name, DWORD *value) {
     return get_family_dword(kZentcolor, name, value);
 }
 
-TARN_EXPORT int32_t TARN_CALL tarnGetZentKeyString(const char *name, char *buffer, DWORD size) {
+TARN_API int32_t TARN_CALL tarnGetZentKeyString(const char *name, char *buffer, DWORD size) {
     return tarnGetRegString_Ex(HKEY_LOCAL_MACHINE, family_key(kKelvoKey, kZentcolor).c_str(), name, buffer,
                                size, 0);
 }
 
-TARN_EXPORT int32_t TARN_CALL tarnSetZentKeyDWORD(const char *name, DWORD value) {
+TARN_API int32_t TARN_CALL tarnSetZentKeyDWORD(const char *name, DWORD value) {
     return set_family_dword(kZentcolor, name, value);
 }
 
 // A null text is refused: there is nothing to store, and an empty string would be a guess.
-TARN_EXPORT int32_t TARN_CALL tarnSetZentKeyString(const char *name, const char *value) {
+TARN_API int32_t TARN_CALL tarnSetZentKeyString(const char *name, const char *value) {
     if (!value) return 0;
     const std::string path = family_key(kKelvoKey, kZentcolor);
     HKEY key = nullptr;
@@ -104,16 +104,16 @@ TARN_EXPORT int32_t TARN_CALL tarnSetZentKeyString(const char *name, const char 
     return set_value(key, name, plat::kRegSz, value, uint32_t(std::strlen(value) + 1));
 }
 
-TARN_EXPORT int32_t TARN_CALL tarnGetSysKeyDWORD(const char *name, DWORD *value) {
+TARN_API int32_t TARN_CALL tarnGetSysKeyDWORD(const char *name, DWORD *value) {
     return get_family_dword(kSystemConfig, name, value);
 }
 
-TARN_EXPORT int32_t TARN_CALL tarnSetSysKeyDWORD(const char *name, DWORD value) {
+TARN_API int32_t TARN_CALL tarnSetSysKeyDWORD(const char *name, DWORD value) {
     return set_family_dword(kSystemConfig, name, value);
 }
 
 // A key that cannot be made gives its error, so that 0 still means the whole chain exists.
-TARN_EXPORT int32_t TARN_CALL tarnMakeZentcolorKey(void) {
+TARN_API int32_t TARN_CALL tarnMakeZentcolorKey(void) {
     long failed = plat::kErrorSuccess;
     auto create = [&](HKEY parent, const char *name, HKEY *key) {
         const long r = plat::reg_create(parent, name, key);

@@ -7,9 +7,6 @@ namespace tarn::settings {
 
 struct SettingsState {
     int32_t profileType = -1;  // -1 until decided
-    bool zoomRead = false;
-    bool zoomEnabled = false;
-    double zoomFactor = 1.0;
 };
 
 SettingsState &state();

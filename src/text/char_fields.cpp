@@ -66,19 +66,19 @@ void fill_from_string(char *field, const char *src, int32_t n, bool upper) {
 
 }  // namespace
 
-TARN_EXPORT void TARN_CALL CharNFromString(const char *src, char *field, int32_t n) {
+TARN_API void TARN_CALL CharNFromString(const char *src, char *field, int32_t n) {
     fill_from_string(field, src, n, false);
 }
 
-TARN_EXPORT void TARN_CALL CharUFromString(const char *src, char *field, int32_t n) {
+TARN_API void TARN_CALL CharUFromString(const char *src, char *field, int32_t n) {
     fill_from_string(field, src, n, true);
 }
 
-TARN_EXPORT void TARN_CALL CharsFromString(char *field, const char *src, int32_t n) {
+TARN_API void TARN_CALL CharsFromString(char *field, const char *src, int32_t n) {
     fill_from_string(field, src, n, false);
 }
 
-TARN_EXPORT void TARN_CALL CharNToString(char *dst, const char *field, int32_t dstSize, int32_t n) {
+TARN_API void TARN_CALL CharNToString(char *dst, const char *field, int32_t dstSize, int32_t n) {
     // Without room for a terminator nothing is written at all.
     if (dst == nullptr || dstSize <= 0) return;
     int32_t len = 0;
@@ -92,14 +92,14 @@ TARN_EXPORT void TARN_CALL CharNToString(char *dst, const char *field, int32_t d
     dst[len] = '\0';
 }
 
-TARN_EXPORT int32_t TARN_CALL CharNToLong(const char *field, int32_t n) {
+TARN_API int32_t TARN_CALL CharNToLong(const char *field, int32_t n) {
     if (n == 1) return field != nullptr ? base62_value(field[0]) : 0;
     if (n >= kWorkSize) tarn::fatal("CharNToLong: a field of 30 or more characters");
     char work[kWorkSize];
     return StringToLong(field_text(work, field, n));
 }
 
-TARN_EXPORT char *TARN_CALL LongToCharN(char *field, int32_t n, int32_t v) {
+TARN_API char *TARN_CALL LongToCharN(char *field, int32_t n, int32_t v) {
     if (field == nullptr || n <= 0) return field;
     if (n == 1) {
         field[0] = base62_digit(v);
@@ -111,14 +111,14 @@ TARN_EXPORT char *TARN_CALL LongToCharN(char *field, int32_t n, int32_t v) {
     return field;
 }
 
-TARN_EXPORT double TARN_CALL CharNToDouble(const char *field, int32_t n, int32_t decimals) {
+TARN_API double TARN_CALL CharNToDouble(const char *field, int32_t n, int32_t decimals) {
     if (n <= 8 && decimals == 0) return CharNToLong(field, n);
     if (n >= kWorkSize) tarn::fatal("CharNToDouble: a field of 30 or more characters");
     char work[kWorkSize];
     return StringToDouble(field_text(work, field, n));
 }
 
-TARN_EXPORT char *TARN_CALL DoubleToCharN(char *field, int32_t n, int32_t decimals, double v) {
+TARN_API char *TARN_CALL DoubleToCharN(char *field, int32_t n, int32_t decimals, double v) {
     if (field == nullptr || n <= 0) return field;
     const double rounded = dRnd(v, decimals);
     if (n < 9 && decimals == 0) {

@@ -51,7 +51,7 @@ void write_two(char *out, int32_t v) {
 
 }  // namespace
 
-TARN_EXPORT int32_t TARN_CALL CobolXToLong(const unsigned char *field, int32_t n) {
+TARN_API int32_t TARN_CALL CobolXToLong(const unsigned char *field, int32_t n) {
     if (!usable(field, n)) return 0;
     // As reading the digits as text with StringToLong: a nibble above 9 ends the number, and
     // more than nine digits wrap at 32 bits.
@@ -64,7 +64,7 @@ TARN_EXPORT int32_t TARN_CALL CobolXToLong(const unsigned char *field, int32_t n
     return static_cast<int32_t>(value);
 }
 
-TARN_EXPORT void TARN_CALL LongToCobolX(unsigned char *field, int32_t n, int32_t v) {
+TARN_API void TARN_CALL LongToCobolX(unsigned char *field, int32_t n, int32_t v) {
     if (!usable(field, n) || v < 0) return;
     char text[16];
     char *const end = text + sizeof text;
@@ -77,7 +77,7 @@ TARN_EXPORT void TARN_CALL LongToCobolX(unsigned char *field, int32_t n, int32_t
     pack(field, n, p, static_cast<size_t>(end - p), kUnsigned);
 }
 
-TARN_EXPORT double TARN_CALL CobolNToDouble(const unsigned char *field, int32_t n,
+TARN_API double TARN_CALL CobolNToDouble(const unsigned char *field, int32_t n,
                                             int32_t decimals) {
     if (!usable(field, n)) return 0.0;
     // Amounts are read in full rather than through the 32-bit reader, so fields of ten and more
@@ -95,7 +95,7 @@ TARN_EXPORT double TARN_CALL CobolNToDouble(const unsigned char *field, int32_t 
     return dRnd(value, decimals);
 }
 
-TARN_EXPORT void TARN_CALL DoubleToCobolN(unsigned char *field, int32_t n, int32_t decimals,
+TARN_API void TARN_CALL DoubleToCobolN(unsigned char *field, int32_t n, int32_t decimals,
                                           double v) {
     if (!usable(field, n)) return;
     double scaled = v;
@@ -120,12 +120,12 @@ TARN_EXPORT void TARN_CALL DoubleToCobolN(unsigned char *field, int32_t n, int32
          negative ? kNegative : kPositive);
 }
 
-TARN_EXPORT void TARN_CALL CobolDatumFromLong(unsigned char *field, int32_t yyyymmdd) {
+TARN_API void TARN_CALL CobolDatumFromLong(unsigned char *field, int32_t yyyymmdd) {
     const int32_t year = yyyymmdd / 10000, month = yyyymmdd / 100 % 100, day = yyyymmdd % 100;
     LongToCobolX(field, 4, day * 10000 + month * 100 + year % 100);
 }
 
-TARN_EXPORT void TARN_CALL CobolDatumFromString(const char *ddmmyyyy, unsigned char *field) {
+TARN_API void TARN_CALL CobolDatumFromString(const char *ddmmyyyy, unsigned char *field) {
     char ddmmyy[7];
     size_t len = 0;
     if (ddmmyyyy != nullptr) {
@@ -142,7 +142,7 @@ TARN_EXPORT void TARN_CALL CobolDatumFromString(const char *ddmmyyyy, unsigned c
     LongToCobolX(field, 4, StringToLong(ddmmyy));
 }
 
-TARN_EXPORT char *TARN_CALL CobolDatumToString(char *dst, const unsigned char *field) {
+TARN_API char *TARN_CALL CobolDatumToString(char *dst, const unsigned char *field) {
     if (dst == nullptr) return dst;
     const int32_t v = CobolXToLong(field, 4);
     if (v < 1) {
@@ -163,13 +163,13 @@ TARN_EXPORT char *TARN_CALL CobolDatumToString(char *dst, const unsigned char *f
     return dst;
 }
 
-TARN_EXPORT int32_t TARN_CALL CobolDatumToLong(const unsigned char *field) {
+TARN_API int32_t TARN_CALL CobolDatumToLong(const unsigned char *field) {
     char text[11];
     CobolDatumToString(text, field);
     return ld_FromStringEx(text);
 }
 
-TARN_EXPORT void TARN_CALL StrDatumFromLong(char *field10, int32_t yyyymmdd) {
+TARN_API void TARN_CALL StrDatumFromLong(char *field10, int32_t yyyymmdd) {
     if (field10 == nullptr) return;
     char text[64] = {};
     ld_ToStringEx(text, yyyymmdd);
@@ -180,7 +180,7 @@ TARN_EXPORT void TARN_CALL StrDatumFromLong(char *field10, int32_t yyyymmdd) {
     std::memcpy(field10, text, len);
 }
 
-TARN_EXPORT int32_t TARN_CALL StrDatumToLong(const char *field10) {
+TARN_API int32_t TARN_CALL StrDatumToLong(const char *field10) {
     char text[11];
     size_t len = 0;
     if (field10 != nullptr) {

@@ -44,7 +44,7 @@ void translate(const char *src, char *dst, const unsigned char *table, uint32_t 
 
 }  // namespace
 
-TARN_EXPORT int32_t TARN_CALL ANSI2UNC(TARN_WCHAR *dst, int32_t dstSize, const char *src,
+TARN_API int32_t TARN_CALL ANSI2UNC(TARN_WCHAR *dst, int32_t dstSize, const char *src,
                                        int32_t srcLen) {
     if (!dst || dstSize <= 0) return 0;
     int n = clamp_count(dstSize, srcLen);
@@ -68,7 +68,7 @@ TARN_EXPORT int32_t TARN_CALL ANSI2UNC(TARN_WCHAR *dst, int32_t dstSize, const c
     return 1;
 }
 
-TARN_EXPORT int32_t TARN_CALL UNC2ANSI(char *dst, int32_t dstSize, const TARN_WCHAR *src,
+TARN_API int32_t TARN_CALL UNC2ANSI(char *dst, int32_t dstSize, const TARN_WCHAR *src,
                                        int32_t srcLen) {
     if (!dst || dstSize <= 0) return 0;
     int n = clamp_count(dstSize, srcLen);
@@ -91,7 +91,7 @@ TARN_EXPORT int32_t TARN_CALL UNC2ANSI(char *dst, int32_t dstSize, const TARN_WC
     return 1;
 }
 
-TARN_EXPORT int32_t TARN_CALL koAnsi2Oem(const char *src, char *dst) {
+TARN_API int32_t TARN_CALL koAnsi2Oem(const char *src, char *dst) {
     if (!dst) return 1;
     if (!src) {
         dst[0] = '\0';
@@ -102,7 +102,7 @@ TARN_EXPORT int32_t TARN_CALL koAnsi2Oem(const char *src, char *dst) {
     return 1;
 }
 
-TARN_EXPORT int32_t TARN_CALL koOem2Ansi(const char *src, char *dst) {
+TARN_API int32_t TARN_CALL koOem2Ansi(const char *src, char *dst) {
     if (!dst) return 1;
     if (!src) {
         dst[0] = '\0';
@@ -113,10 +113,10 @@ TARN_EXPORT int32_t TARN_CALL koOem2Ansi(const char *src, char *dst) {
     return 1;
 }
 
-TARN_EXPORT TARN_WCHAR TARN_CALL koUNCfromCHAR(char c, uint32_t codePage) {
+TARN_API TARN_WCHAR TARN_CALL koUNCfromCHAR(char c, uint32_t codePage) {
     return static_cast<TARN_WCHAR>(unit_from_char(c, codePage));
 }
 
-TARN_EXPORT char TARN_CALL koCHARfromUNC(TARN_WCHAR u, uint32_t codePage) {
+TARN_API char TARN_CALL koCHARfromUNC(TARN_WCHAR u, uint32_t codePage) {
     return char_from_unit(static_cast<char16_t>(u), codePage);
 }

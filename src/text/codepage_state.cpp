@@ -57,21 +57,21 @@ CodePageState &codepages() {
 
 }  // namespace tarn
 
-TARN_EXPORT uint32_t TARN_CALL koGetACP(void) { return tarn::codepages().ansiCodePage; }
+TARN_API uint32_t TARN_CALL koGetACP(void) { return tarn::codepages().ansiCodePage; }
 
-TARN_EXPORT uint32_t TARN_CALL koGetOEMCP(void) { return tarn::codepages().oemCodePage; }
+TARN_API uint32_t TARN_CALL koGetOEMCP(void) { return tarn::codepages().oemCodePage; }
 
-TARN_EXPORT uint32_t TARN_CALL koSetACP(uint32_t codePage) {
+TARN_API uint32_t TARN_CALL koSetACP(uint32_t codePage) {
     return tarn::select_page(tarn::codepages().ansiCodePage, codePage, tarn::kDefaultAnsi,
                              plat::system_acp);
 }
 
-TARN_EXPORT uint32_t TARN_CALL koSetOEMCP(uint32_t codePage) {
+TARN_API uint32_t TARN_CALL koSetOEMCP(uint32_t codePage) {
     return tarn::select_page(tarn::codepages().oemCodePage, codePage, tarn::kDefaultOem,
                              plat::system_oemcp);
 }
 
-TARN_EXPORT BOOL TARN_CALL koSetUseCodePages(BOOL use) {
+TARN_API BOOL TARN_CALL koSetUseCodePages(BOOL use) {
     // Settings are read first so that a later first read cannot undo this choice.
     tarn::CodePageState &s = tarn::codepages();
     BOOL previous = s.fixedMode ? 0 : 1;

@@ -101,7 +101,7 @@ intptr_t TARN_CALL filter_dialog_proc(HWND dialog, uint32_t msg, uintptr_t wPara
 
 }  // namespace
 
-TARN_EXPORT intptr_t TARN_CALL ld_WorkDateSetupDlgProc(HWND dialog, uint32_t msg, uintptr_t wParam,
+TARN_API intptr_t TARN_CALL ld_WorkDateSetupDlgProc(HWND dialog, uint32_t msg, uintptr_t wParam,
                                                        intptr_t lParam) {
     if (msg == kInitDialog) {
         limit_item_text(dialog, kWorkDateEdit, kDateChars);
@@ -126,7 +126,7 @@ TARN_EXPORT intptr_t TARN_CALL ld_WorkDateSetupDlgProc(HWND dialog, uint32_t msg
     return cancel_or_move_on(dialog, id);
 }
 
-TARN_EXPORT int32_t TARN_CALL ld_WorkDateSetup(HWND parent) {
+TARN_API int32_t TARN_CALL ld_WorkDateSetup(HWND parent) {
     const int32_t before = ld_Today();
     const intptr_t r = run_dialog(parent, kWorkDateDialog, ld_WorkDateSetupDlgProc, 0);
     if (r != 1) {
@@ -136,7 +136,7 @@ TARN_EXPORT int32_t TARN_CALL ld_WorkDateSetup(HWND parent) {
     return 1;
 }
 
-TARN_EXPORT int32_t TARN_CALL ld_GetFilter(HWND parent, int32_t *from, int32_t *to) {
+TARN_API int32_t TARN_CALL ld_GetFilter(HWND parent, int32_t *from, int32_t *to) {
     FilterRange range{from, to};
     return run_dialog(parent, kFilterDialog, filter_dialog_proc, reinterpret_cast<intptr_t>(&range)) == 1
                ? 1

@@ -54,7 +54,7 @@ void read_fields(const std::string &text, Field fields[3]) {
 }  // namespace
 
 // dst needs 11 bytes: the result is always DD.MM.YYYY.
-TARN_EXPORT char *TARN_CALL koFormatDateString(char *dst, const char *input) {
+TARN_API char *TARN_CALL koFormatDateString(char *dst, const char *input) {
     if (dst == nullptr) return dst;
 
     const int32_t work = ld_Today();

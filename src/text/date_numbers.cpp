@@ -55,14 +55,14 @@ bool printable(int32_t d) { return d >= 0 && d <= 99999999; }
 
 }  // namespace
 
-TARN_EXPORT int32_t TARN_CALL ld_Day(int32_t d) { return d % 100; }
+TARN_API int32_t TARN_CALL ld_Day(int32_t d) { return d % 100; }
 
-TARN_EXPORT int32_t TARN_CALL ld_Mon(int32_t d) { return d % 10000 / 100; }
+TARN_API int32_t TARN_CALL ld_Mon(int32_t d) { return d % 10000 / 100; }
 
-TARN_EXPORT int32_t TARN_CALL ld_Year(int32_t d) { return d / 10000; }
+TARN_API int32_t TARN_CALL ld_Year(int32_t d) { return d / 10000; }
 
 // "DD.MM.YY", dst needs 9 bytes.
-TARN_EXPORT char *TARN_CALL ld_ToString(char *dst, int32_t d) {
+TARN_API char *TARN_CALL ld_ToString(char *dst, int32_t d) {
     if (dst == nullptr) return dst;
     if (d < 0) d = 0;  // any non-negative value fits: the year is printed modulo 100
     const int parts[3] = {ld_Day(d), ld_Mon(d), ld_Year(d) % 100};
@@ -75,7 +75,7 @@ TARN_EXPORT char *TARN_CALL ld_ToString(char *dst, int32_t d) {
 }
 
 // "DD.MM.YYYY", dst needs 11 bytes.
-TARN_EXPORT char *TARN_CALL ld_ToStringEx(char *dst, int32_t d) {
+TARN_API char *TARN_CALL ld_ToStringEx(char *dst, int32_t d) {
     if (dst == nullptr) return dst;
     if (!printable(d)) d = 0;
     std::snprintf(dst, 11, "%02d.%02d.%04d", static_cast<int>(ld_Day(d)),
@@ -84,7 +84,7 @@ TARN_EXPORT char *TARN_CALL ld_ToStringEx(char *dst, int32_t d) {
 }
 
 // "YYYY-MM-DD 00:00:00", dst needs 20 bytes.
-TARN_EXPORT char *TARN_CALL ld_ToOdbc(char *dst, int32_t d) {
+TARN_API char *TARN_CALL ld_ToOdbc(char *dst, int32_t d) {
     if (dst == nullptr) return dst;
     if (!printable(d)) d = 0;
     std::snprintf(dst, 20, "%04d-%02d-%02d 00:00:00", static_cast<int>(ld_Year(d)),
@@ -92,7 +92,7 @@ TARN_EXPORT char *TARN_CALL ld_ToOdbc(char *dst, int32_t d) {
     return dst;
 }
 
-TARN_EXPORT int32_t TARN_CALL ld_FromOdbc(const char *s) {
+TARN_API int32_t TARN_CALL ld_FromOdbc(const char *s) {
     if (s == nullptr) return 0;
     const size_t length = std::strlen(s);
     // A short text must not be read past its end: a missing column reads as 0.
@@ -103,7 +103,7 @@ TARN_EXPORT int32_t TARN_CALL ld_FromOdbc(const char *s) {
     return static_cast<int32_t>(at(0) * 10000u + at(5) * 100u + at(8));
 }
 
-TARN_EXPORT int32_t TARN_CALL ld_FromString(const char *s) {
+TARN_API int32_t TARN_CALL ld_FromString(const char *s) {
     Columns c = read_columns(s, 19);
     c.month = clamp(c.month, 1, 12);
     c.day = clamp(c.day, 1, 31);
@@ -119,7 +119,7 @@ TARN_EXPORT int32_t TARN_CALL ld_FromString(const char *s) {
     return d < 0 ? 0 : d;
 }
 
-TARN_EXPORT int32_t TARN_CALL ld_FromStringEx(const char *s) {
+TARN_API int32_t TARN_CALL ld_FromStringEx(const char *s) {
     Columns c = read_columns(s, SIZE_MAX);
     if (c.year < 1900) return 0;
     c.month = clamp(c.month, 1, 12);
@@ -128,7 +128,7 @@ TARN_EXPORT int32_t TARN_CALL ld_FromStringEx(const char *s) {
 }
 
 // A time outside what the machine's local-time conversion covers gives no date.
-TARN_EXPORT int32_t TARN_CALL ld_FullTimeToDate(int64_t t) {
+TARN_API int32_t TARN_CALL ld_FullTimeToDate(int64_t t) {
     int year = 0, month = 0, day = 0;
     if (!plat::local_date_of(t, &year, &month, &day)) return 0;
     return compose(year, month, day);
@@ -136,7 +136,7 @@ TARN_EXPORT int32_t TARN_CALL ld_FullTimeToDate(int64_t t) {
 
 // Through the local calendar at noon, so a daylight-saving change cannot move the date. A date
 // the calendar cannot place, before or after the step, comes back unchanged.
-TARN_EXPORT int32_t TARN_CALL ld_AddDays(int32_t d, int32_t days) {
+TARN_API int32_t TARN_CALL ld_AddDays(int32_t d, int32_t days) {
     if (d <= 0) return d;  // no date, or no date number at all, stays as it is
     const int64_t noon = plat::local_time_to_instant(ld_Year(d), ld_Mon(d), ld_Day(d), 12, 0, 0);
     if (noon == -1) return d;

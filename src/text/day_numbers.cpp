@@ -71,30 +71,30 @@ int32_t weekday_of(int64_t n) {
 
 }  // namespace
 
-TARN_EXPORT int32_t TARN_CALL Tagzahl(int32_t day, int32_t month, int32_t year) {
+TARN_API int32_t TARN_CALL Tagzahl(int32_t day, int32_t month, int32_t year) {
     return wrap32(day_number(day, month, year));
 }
 
-TARN_EXPORT int32_t TARN_CALL JahrVonTagzahl(int32_t n) { return static_cast<int32_t>(year_of(n)); }
+TARN_API int32_t TARN_CALL JahrVonTagzahl(int32_t n) { return static_cast<int32_t>(year_of(n)); }
 
-TARN_EXPORT int32_t TARN_CALL TagImJahr(int32_t n) { return static_cast<int32_t>(day_of_year(n)); }
+TARN_API int32_t TARN_CALL TagImJahr(int32_t n) { return static_cast<int32_t>(day_of_year(n)); }
 
-TARN_EXPORT int32_t TARN_CALL MonatVonTagzahl(int32_t n) { return month_of(n); }
+TARN_API int32_t TARN_CALL MonatVonTagzahl(int32_t n) { return month_of(n); }
 
-TARN_EXPORT int32_t TARN_CALL TagVonTagzahl(int32_t n) {
+TARN_API int32_t TARN_CALL TagVonTagzahl(int32_t n) {
     return static_cast<int32_t>(day_of_year(n) - days_before(year_of(n))[month_of(n) - 1]);
 }
 
-TARN_EXPORT int32_t TARN_CALL WochenTagVonTagzahl(int32_t n) { return weekday_of(n); }
+TARN_API int32_t TARN_CALL WochenTagVonTagzahl(int32_t n) { return weekday_of(n); }
 
-TARN_EXPORT const char *TARN_CALL WochenTagStrVonTagzahl(int32_t n) {
+TARN_API const char *TARN_CALL WochenTagStrVonTagzahl(int32_t n) {
     return kWeekdayNames[weekday_of(n)];
 }
 
 // Week 1 holds 1 January when that is Monday to Thursday. Days before the first Monday of a year
 // that starts Friday to Sunday are always week 53, and late December is never moved into the
 // next year's week 1. The applications show weeks by this simplified rule, so it is kept.
-TARN_EXPORT int32_t TARN_CALL WocheVonTagzahl(int32_t n) {
+TARN_API int32_t TARN_CALL WocheVonTagzahl(int32_t n) {
     const int64_t j = day_number(1, 1, year_of(n));
     const int64_t w = weekday_of(j);
     int64_t week;
@@ -116,7 +116,7 @@ TARN_EXPORT int32_t TARN_CALL WocheVonTagzahl(int32_t n) {
 }
 
 // Always exactly 10 characters: dst needs 11 bytes.
-TARN_EXPORT char *TARN_CALL TagzahlToString(char *dst, int32_t n) {
+TARN_API char *TARN_CALL TagzahlToString(char *dst, int32_t n) {
     if (dst == nullptr) return dst;
     int32_t day = 0, month = 0, year = 0;
     if (n >= 1 && n <= 99999) {
@@ -129,7 +129,7 @@ TARN_EXPORT char *TARN_CALL TagzahlToString(char *dst, int32_t n) {
     return dst;
 }
 
-TARN_EXPORT int32_t TARN_CALL TagzahlFromString(const char *s) {
+TARN_API int32_t TARN_CALL TagzahlFromString(const char *s) {
     char text[16];
     koFormatDateString(text, s);
     const int32_t d = ld_FromStringEx(text);

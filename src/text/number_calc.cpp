@@ -123,7 +123,7 @@ double evaluate(const char *p, const char *end) {
 
 }  // namespace
 
-TARN_EXPORT double TARN_CALL koParseDouble(const char *expr) {
+TARN_API double TARN_CALL koParseDouble(const char *expr) {
     if (expr == nullptr) return 0.0;
     char text[256];
     size_t len = 0;

@@ -98,7 +98,7 @@ size_t amount_text(char *dst, double v, int32_t width, int32_t decimals, bool ke
 
 }  // namespace tarn
 
-TARN_EXPORT char *TARN_CALL LongToString(char *dst, int32_t v, int32_t width) {
+TARN_API char *TARN_CALL LongToString(char *dst, int32_t v, int32_t width) {
     if (dst == nullptr) return dst;
     char text[16];
     const std::to_chars_result r = std::to_chars(text, text + sizeof text, v);
@@ -114,39 +114,39 @@ TARN_EXPORT char *TARN_CALL LongToString(char *dst, int32_t v, int32_t width) {
     return dst;
 }
 
-TARN_EXPORT char *TARN_CALL DoubleToString(char *dst, double v, int32_t width, int32_t decimals) {
+TARN_API char *TARN_CALL DoubleToString(char *dst, double v, int32_t width, int32_t decimals) {
     if (width >= 30) tarn::fatal("DoubleToString: a width of 30 or more overruns its work buffer");
     if (dst == nullptr) return dst;
     tarn::amount_text(dst, v, width, decimals, false);
     return dst;
 }
 
-TARN_EXPORT char *TARN_CALL XDoubleToString(char *dst, double v, int32_t width, int32_t decimals) {
+TARN_API char *TARN_CALL XDoubleToString(char *dst, double v, int32_t width, int32_t decimals) {
     if (dst == nullptr) return dst;
     tarn::amount_text(dst, v, width, decimals, true);
     return dst;
 }
 
-TARN_EXPORT double TARN_CALL dRnd(double v, int32_t decimals) {
+TARN_API double TARN_CALL dRnd(double v, int32_t decimals) {
     const double p = power_of_ten(decimals);
     const double x = v * p;
     // No guard: an x that overflows gives floor(inf) / p, an infinity.
     return x >= 0 ? std::floor(x + 0.5) / p : std::ceil(x - 0.5) / p;
 }
 
-TARN_EXPORT double TARN_CALL RoundKfm(double v) {
+TARN_API double TARN_CALL RoundKfm(double v) {
     // "%20.4f": the comma at 15, the third decimal at 18.
     return commercial_round(v, 20, 4, 18, 0.005, 2);
 }
 
-TARN_EXPORT double TARN_CALL RoundKfmEx(double v, int32_t decimals) {
+TARN_API double TARN_CALL RoundKfmEx(double v, int32_t decimals) {
     if (decimals == 2) return RoundKfm(v);
     // "%21.5f": the comma at 15, the fourth decimal at 19.
     if (decimals == 3) return commercial_round(v, 21, 5, 19, 0.0005, 3);
     return dRnd(v, decimals);
 }
 
-TARN_EXPORT int32_t TARN_CALL dblcmp(double a, double b, int32_t decimals) {
+TARN_API int32_t TARN_CALL dblcmp(double a, double b, int32_t decimals) {
     char ta[32], tb[32];
     tarn::amount_text(ta, a, 15, decimals, false);
     tarn::amount_text(tb, b, 15, decimals, false);

@@ -13,7 +13,7 @@ bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 }  // namespace
 
-TARN_EXPORT char *TARN_CALL koDoubleFormat(char *dst, const char *mask, double v) {
+TARN_API char *TARN_CALL koDoubleFormat(char *dst, const char *mask, double v) {
     if (dst == nullptr) return dst;
     if (mask == nullptr) {
         *dst = '\0';

@@ -72,7 +72,7 @@ double scan_double(const char *p, const char *end) {
 
 }  // namespace
 
-TARN_EXPORT int32_t TARN_CALL StringToLong(const char *s) {
+TARN_API int32_t TARN_CALL StringToLong(const char *s) {
     if (s == nullptr) return 0;
     while (is_space(*s)) ++s;
     bool negative = false;
@@ -84,7 +84,7 @@ TARN_EXPORT int32_t TARN_CALL StringToLong(const char *s) {
     return static_cast<int32_t>(value);
 }
 
-TARN_EXPORT double TARN_CALL StringToDouble(const char *s) {
+TARN_API double TARN_CALL StringToDouble(const char *s) {
     if (s == nullptr) return 0.0;
     char text[40];
     size_t n = 0;

@@ -76,7 +76,7 @@ bool find_by_name(const char *text, const char *name, char *value, size_t value_
 
 }  // namespace
 
-TARN_EXPORT int32_t TARN_CALL koParamTokenCnt(const char *text) {
+TARN_API int32_t TARN_CALL koParamTokenCnt(const char *text) {
     if (text == nullptr || *text == '\0') return 0;
     int32_t count = 1;
     for (const char *p = text; *p != '\0'; ++p) {
@@ -85,18 +85,18 @@ TARN_EXPORT int32_t TARN_CALL koParamTokenCnt(const char *text) {
     return count;
 }
 
-TARN_EXPORT int32_t TARN_CALL koParamTokenGet(const char *text, int32_t index, char *name,
+TARN_API int32_t TARN_CALL koParamTokenGet(const char *text, int32_t index, char *name,
                                               char *value) {
     bool name_truncated = false;
     return fetch_token(text, index, name, kUnbounded, value, kUnbounded, name_truncated);
 }
 
-TARN_EXPORT int32_t TARN_CALL koParamTokenGetByName(const char *text, const char *name,
+TARN_API int32_t TARN_CALL koParamTokenGetByName(const char *text, const char *name,
                                                     char *value) {
     return find_by_name(text, name, value, kUnbounded) ? 1 : 0;
 }
 
-TARN_EXPORT int32_t TARN_CALL koParamTokenGetByNameU(const char *text, const char *name,
+TARN_API int32_t TARN_CALL koParamTokenGetByNameU(const char *text, const char *name,
                                                      TARN_WCHAR *value) {
     char narrow[kWideValueBuffer];
     if (!find_by_name(text, name, narrow, sizeof narrow)) {
@@ -114,13 +114,13 @@ TARN_EXPORT int32_t TARN_CALL koParamTokenGetByNameU(const char *text, const cha
     return 1;
 }
 
-TARN_EXPORT int32_t TARN_CALL koParamTokenGetLong(const char *text, const char *name) {
+TARN_API int32_t TARN_CALL koParamTokenGetLong(const char *text, const char *name) {
     char value[kNumberValueBuffer];
     if (!find_by_name(text, name, value, sizeof value)) return 0;
     return StringToLong(value);
 }
 
-TARN_EXPORT double TARN_CALL koParamTokenGetDouble(const char *text, const char *name) {
+TARN_API double TARN_CALL koParamTokenGetDouble(const char *text, const char *name) {
     char value[kNumberValueBuffer];
     if (!find_by_name(text, name, value, sizeof value)) return 0.0;
     return StringToDouble(value);

@@ -36,7 +36,7 @@ char g_counter_result[kResultSize];
 
 }  // namespace
 
-TARN_EXPORT char *TARN_CALL lAddStrWert(const char *s, int32_t add, int32_t maxLen) {
+TARN_API char *TARN_CALL lAddStrWert(const char *s, int32_t add, int32_t maxLen) {
     if (s == nullptr) s = "";
     char *const result = g_counter_result;
     const size_t len = std::strlen(s);
@@ -85,7 +85,7 @@ TARN_EXPORT char *TARN_CALL lAddStrWert(const char *s, int32_t add, int32_t maxL
     return result;
 }
 
-TARN_EXPORT int32_t TARN_CALL lGetStrWert(const char *s) {
+TARN_API int32_t TARN_CALL lGetStrWert(const char *s) {
     if (s == nullptr) return 0;
     char digits[kMaxDigits + 1];
     size_t digit_count = 0;
@@ -93,7 +93,7 @@ TARN_EXPORT int32_t TARN_CALL lGetStrWert(const char *s) {
     return StringToLong(digits);
 }
 
-TARN_EXPORT uint32_t TARN_CALL lStrWeight(const char *s) {
+TARN_API uint32_t TARN_CALL lStrWeight(const char *s) {
     if (s == nullptr) s = "";
     uint32_t weight = 0;
     uint32_t previous = 0;  // an unvalued character in the first place adds 0

@@ -23,7 +23,7 @@ size_t wide_length(const TARN_WCHAR *s) {
 
 }  // namespace
 
-TARN_EXPORT char *TARN_CALL llstrtrim(char *s) {
+TARN_API char *TARN_CALL llstrtrim(char *s) {
     if (s == nullptr) return s;
     size_t lead = 0;
     while (s[lead] == ' ') ++lead;
@@ -31,7 +31,7 @@ TARN_EXPORT char *TARN_CALL llstrtrim(char *s) {
     return s;
 }
 
-TARN_EXPORT char *TARN_CALL lstrtrim(char *s) {
+TARN_API char *TARN_CALL lstrtrim(char *s) {
     if (s == nullptr) return s;
     size_t n = std::strlen(s);
     while (n > 0 && s[n - 1] == ' ') --n;
@@ -39,7 +39,7 @@ TARN_EXPORT char *TARN_CALL lstrtrim(char *s) {
     return s;
 }
 
-TARN_EXPORT char *TARN_CALL lstrupr(char *s) {
+TARN_API char *TARN_CALL lstrupr(char *s) {
     if (s == nullptr) return s;
     // Deliberately not locale-aware: callers that want umlauts upper-cased use koUpperCaseEx.
     for (char *p = s; *p != '\0'; ++p) {
@@ -50,7 +50,7 @@ TARN_EXPORT char *TARN_CALL lstrupr(char *s) {
 
 // The position between calls is one for the whole process, shared by all threads, unlike the
 // runtime's strtok on Windows, which keeps one per thread.
-TARN_EXPORT char *TARN_CALL lstrtok(char *s, const char *delims) {
+TARN_API char *TARN_CALL lstrtok(char *s, const char *delims) {
     static char *next = nullptr;
     if (delims == nullptr) delims = "";
     if (s == nullptr) s = next;
@@ -70,7 +70,7 @@ TARN_EXPORT char *TARN_CALL lstrtok(char *s, const char *delims) {
     return s;
 }
 
-TARN_EXPORT char *TARN_CALL koGetNextToken(char **cursor, char sep) {
+TARN_API char *TARN_CALL koGetNextToken(char **cursor, char sep) {
     if (cursor == nullptr || *cursor == nullptr) return nullptr;
     char *start = *cursor;
     if (*start == '\0') return nullptr;
@@ -85,7 +85,7 @@ TARN_EXPORT char *TARN_CALL koGetNextToken(char **cursor, char sep) {
     return start;
 }
 
-TARN_EXPORT int32_t TARN_CALL koUpperStrCmp(const char *a, const char *b) {
+TARN_API int32_t TARN_CALL koUpperStrCmp(const char *a, const char *b) {
     if (a == nullptr) a = "";
     if (b == nullptr) b = "";
     if (*a == '\0') return *b != '\0' ? -1 : 0;
@@ -104,12 +104,12 @@ TARN_EXPORT int32_t TARN_CALL koUpperStrCmp(const char *a, const char *b) {
     return 0;
 }
 
-TARN_EXPORT uint32_t TARN_CALL lstrlen_U(const TARN_WCHAR *s) {
+TARN_API uint32_t TARN_CALL lstrlen_U(const TARN_WCHAR *s) {
     if (s == nullptr) return 0;
     return static_cast<uint32_t>(wide_length(s));
 }
 
-TARN_EXPORT TARN_WCHAR *TARN_CALL lstrcpy_A2U(TARN_WCHAR *dst, const char *src) {
+TARN_API TARN_WCHAR *TARN_CALL lstrcpy_A2U(TARN_WCHAR *dst, const char *src) {
     if (dst == nullptr) return dst;
     dst[0] = 0;
     if (src == nullptr) return dst;
@@ -118,7 +118,7 @@ TARN_EXPORT TARN_WCHAR *TARN_CALL lstrcpy_A2U(TARN_WCHAR *dst, const char *src) 
     return dst;
 }
 
-TARN_EXPORT TARN_WCHAR *TARN_CALL lstrcpyn_A2U(TARN_WCHAR *dst, const char *src, uint32_t dstSize) {
+TARN_API TARN_WCHAR *TARN_CALL lstrcpyn_A2U(TARN_WCHAR *dst, const char *src, uint32_t dstSize) {
     if (dst == nullptr) return dst;
     // A zero-sized destination has no room even for the terminator.
     if (dstSize == 0) return dst;
@@ -128,7 +128,7 @@ TARN_EXPORT TARN_WCHAR *TARN_CALL lstrcpyn_A2U(TARN_WCHAR *dst, const char *src,
     return dst;
 }
 
-TARN_EXPORT char *TARN_CALL lstrcpy_U2A(char *dst, const TARN_WCHAR *src) {
+TARN_API char *TARN_CALL lstrcpy_U2A(char *dst, const TARN_WCHAR *src) {
     if (dst == nullptr) return dst;
     dst[0] = '\0';
     if (src == nullptr) return dst;
@@ -137,7 +137,7 @@ TARN_EXPORT char *TARN_CALL lstrcpy_U2A(char *dst, const TARN_WCHAR *src) {
     return dst;
 }
 
-TARN_EXPORT char *TARN_CALL lstrcpyn_U2A(char *dst, const TARN_WCHAR *src, uint32_t dstSize) {
+TARN_API char *TARN_CALL lstrcpyn_U2A(char *dst, const TARN_WCHAR *src, uint32_t dstSize) {
     if (dst == nullptr) return dst;
     if (dstSize == 0) return dst;
     dst[0] = '\0';
@@ -146,7 +146,7 @@ TARN_EXPORT char *TARN_CALL lstrcpyn_U2A(char *dst, const TARN_WCHAR *src, uint3
     return dst;
 }
 
-TARN_EXPORT void TARN_CALL lSetBstr_A(BSTR *target, const char *src) {
+TARN_API void TARN_CALL lSetBstr_A(BSTR *target, const char *src) {
     if (target == nullptr) return;
     plat::sys_free_string(*target);
     *target = nullptr;

@@ -22,7 +22,7 @@ bool ends_word(char c) { return c == '\0' || c == ' ' || c == '\r' || c == '\n';
 
 }  // namespace
 
-TARN_EXPORT const char *TARN_CALL koGetTextLineStart(const char *text, int32_t line) {
+TARN_API const char *TARN_CALL koGetTextLineStart(const char *text, int32_t line) {
     if (line < 0 || text == nullptr) return nullptr;
     if (line == 0) return text;
     int32_t ends = 0;
@@ -43,7 +43,7 @@ TARN_EXPORT const char *TARN_CALL koGetTextLineStart(const char *text, int32_t l
     return nullptr;
 }
 
-TARN_EXPORT int32_t TARN_CALL koCopyTextLine(const char *text, int32_t line, char *out,
+TARN_API int32_t TARN_CALL koCopyTextLine(const char *text, int32_t line, char *out,
                                              int32_t outSize) {
     // Without room for the terminator nothing can be delivered, so there is no line to report.
     if (out == nullptr || outSize < 1) return 0;
@@ -58,11 +58,11 @@ TARN_EXPORT int32_t TARN_CALL koCopyTextLine(const char *text, int32_t line, cha
     return 1;
 }
 
-TARN_EXPORT int32_t TARN_CALL koFormatText(char *text, int32_t width) {
+TARN_API int32_t TARN_CALL koFormatText(char *text, int32_t width) {
     return koFormatTextEx(text, width, 0);
 }
 
-TARN_EXPORT int32_t TARN_CALL koFormatTextEx(char *text, int32_t width, BOOL squeezeBlanks) {
+TARN_API int32_t TARN_CALL koFormatTextEx(char *text, int32_t width, BOOL squeezeBlanks) {
     // A width below one cannot hold a character; wrapping would never advance.
     if (text == nullptr || width < 1) return 1;
     const bool squeeze = squeezeBlanks != 0;

@@ -14,7 +14,7 @@ int32_t in_form_of(int32_t c, unsigned char byte) {
 
 }  // namespace
 
-TARN_EXPORT int32_t TARN_CALL koUpperCase(int32_t c) {
+TARN_API int32_t TARN_CALL koUpperCase(int32_t c) {
     if (!is_char_value(c)) return c;
     int up = plat::char_upper(c & 0xFF);
     return in_form_of(c, static_cast<unsigned char>(up));
@@ -23,7 +23,7 @@ TARN_EXPORT int32_t TARN_CALL koUpperCase(int32_t c) {
 // The umlaut folding deliberately matches OEM codes only as unsigned numbers and ANSI codes
 // only sign-extended: comparisons that pass unsigned bytes fold OEM umlauts and keep ANSI
 // umlauts apart, and existing sort orders depend on exactly that.
-TARN_EXPORT int32_t TARN_CALL koUpperCaseEx(int32_t c) {
+TARN_API int32_t TARN_CALL koUpperCaseEx(int32_t c) {
     if (!tarn::codepages().fixedMode) return koUpperCase(c);
     if (c >= 'a' && c <= 'z') return c - 'a' + 'A';
     switch (c) {
@@ -44,7 +44,7 @@ TARN_EXPORT int32_t TARN_CALL koUpperCaseEx(int32_t c) {
     }
 }
 
-TARN_EXPORT int32_t TARN_CALL koUpperCaseOEM(int32_t c) {
+TARN_API int32_t TARN_CALL koUpperCaseOEM(int32_t c) {
     uint32_t oem = tarn::codepages().oemCodePage;
     if (oem != 858 && oem != 850) {
         // Unknown OEM layout: borrow the system's upper case through the ANSI page.

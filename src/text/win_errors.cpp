@@ -26,7 +26,7 @@ const char *error_name(int32_t code) {
 
 }  // namespace
 
-TARN_EXPORT const char *TARN_CALL koGetWinErrorText(int32_t code) {
+TARN_API const char *TARN_CALL koGetWinErrorText(int32_t code) {
     if (code == 0) {
         std::snprintf(g_errorText, sizeof g_errorText, "SUCCESS");
     } else {

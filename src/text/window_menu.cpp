@@ -2,15 +2,15 @@
 #include "platform/system.h"
 #include "platform/window.h"
 
-TARN_EXPORT HWND TARN_CALL koGetRootHwnd(HWND wnd) {
+TARN_API HWND TARN_CALL koGetRootHwnd(HWND wnd) {
     // GetParent also yields the owner of a pop-up, so owned dialogs lead to their main window.
     while (HWND parent = plat::get_parent(wnd)) wnd = parent;
     return wnd;
 }
 
-TARN_EXPORT HMENU TARN_CALL koGetRootMenu(HWND wnd) { return plat::get_menu(koGetRootHwnd(wnd)); }
+TARN_API HMENU TARN_CALL koGetRootMenu(HWND wnd) { return plat::get_menu(koGetRootHwnd(wnd)); }
 
-TARN_EXPORT int32_t TARN_CALL koGetWinType(void) {
+TARN_API int32_t TARN_CALL koGetWinType(void) {
     uint32_t version = plat::os_version_word();
     uint32_t major = version & 0xFF;
     uint32_t minor = (version >> 8) & 0xFF;
@@ -22,6 +22,6 @@ TARN_EXPORT int32_t TARN_CALL koGetWinType(void) {
     return major == 4 ? 400 : 351;
 }
 
-TARN_EXPORT BOOL TARN_CALL koSetMenuItemText(HMENU menu, uint32_t commandId, const char *text) {
+TARN_API BOOL TARN_CALL koSetMenuItemText(HMENU menu, uint32_t commandId, const char *text) {
     return plat::set_menu_item_text(menu, commandId, text);
 }

@@ -26,11 +26,11 @@ int32_t reset_work_date() {
 
 }  // namespace tarn
 
-TARN_EXPORT int32_t TARN_CALL ld_Today(void) { return tarn::state().date; }
+TARN_API int32_t TARN_CALL ld_Today(void) { return tarn::state().date; }
 
-TARN_EXPORT int32_t TARN_CALL ld_SetWorkDate(int32_t d) {
+TARN_API int32_t TARN_CALL ld_SetWorkDate(int32_t d) {
     tarn::state().date = d;
     return d;
 }
 
-TARN_EXPORT int32_t TARN_CALL ld_ResetWorkDate(void) { return tarn::reset_work_date(); }
+TARN_API int32_t TARN_CALL ld_ResetWorkDate(void) { return tarn::reset_work_date(); }

@@ -14,11 +14,11 @@ bool is_digit(int32_t index) { return index < kPad; }
 
 }  // namespace
 
-TARN_EXPORT TARN_WCHAR TARN_CALL Base64Code_W(uint32_t index) {
+TARN_API TARN_WCHAR TARN_CALL Base64Code_W(uint32_t index) {
     return index <= uint32_t(kPad) ? TARN_WCHAR(kAlphabet[index]) : TARN_WCHAR(0);
 }
 
-TARN_EXPORT int32_t TARN_CALL Base64Index_W(TARN_WCHAR c) {
+TARN_API int32_t TARN_CALL Base64Index_W(TARN_WCHAR c) {
     if (c >= 'A' && c <= 'Z') return c - 'A';
     if (c >= 'a' && c <= 'z') return c - 'a' + 26;
     if (c >= '0' && c <= '9') return c - '0' + 52;
@@ -28,7 +28,7 @@ TARN_EXPORT int32_t TARN_CALL Base64Index_W(TARN_WCHAR c) {
     return kOther;
 }
 
-TARN_EXPORT int32_t TARN_CALL Base64IndexP_W(const TARN_WCHAR **cursor) {
+TARN_API int32_t TARN_CALL Base64IndexP_W(const TARN_WCHAR **cursor) {
     if (cursor == nullptr || *cursor == nullptr) return kOther;
     const TARN_WCHAR *at = *cursor;
     while (*at == '\r' || *at == '\n' || *at == '\t' || *at == ' ') ++at;
@@ -41,7 +41,7 @@ TARN_EXPORT int32_t TARN_CALL Base64IndexP_W(const TARN_WCHAR **cursor) {
 }
 
 // A NULL text decodes as an empty one.
-TARN_EXPORT int32_t TARN_CALL Base64ToBytes_W(const TARN_WCHAR *text, void *out, uint32_t outSize) {
+TARN_API int32_t TARN_CALL Base64ToBytes_W(const TARN_WCHAR *text, void *out, uint32_t outSize) {
     if (text == nullptr) return 0;
     auto *bytes = static_cast<unsigned char *>(out);
     const TARN_WCHAR *at = text;
@@ -67,7 +67,7 @@ TARN_EXPORT int32_t TARN_CALL Base64ToBytes_W(const TARN_WCHAR *text, void *out,
     }
 }
 
-TARN_EXPORT int32_t TARN_CALL BytesToBase64_W(const void *data, int32_t count, TARN_WCHAR *out,
+TARN_API int32_t TARN_CALL BytesToBase64_W(const void *data, int32_t count, TARN_WCHAR *out,
                                               int32_t outSize) {
     if (count < 1 || data == nullptr) return 0;
     const auto *bytes = static_cast<const unsigned char *>(data);

@@ -147,7 +147,7 @@ private:
 
 }  // namespace
 
-TARN_EXPORT XML_Node *TARN_CALL koXML_CreateTreeFromGAEB2K(const char *file, HANDLE *store) {
+TARN_API XML_Node *TARN_CALL koXML_CreateTreeFromGAEB2K(const char *file, HANDLE *store) {
     XML_Node *root = koXML_CreateTree(nullptr, store);
     if (!root) return nullptr;
     HANDLE h = X_Open(file, 0);
@@ -165,7 +165,7 @@ TARN_EXPORT XML_Node *TARN_CALL koXML_CreateTreeFromGAEB2K(const char *file, HAN
     return root;
 }
 
-TARN_EXPORT XML_Node *TARN_CALL koXML_CreateTreeExFromGAEB2K(const char *file) {
+TARN_API XML_Node *TARN_CALL koXML_CreateTreeExFromGAEB2K(const char *file) {
     HANDLE *cell = tarn::xml::new_store_cell();
     if (!cell) return nullptr;
     XML_Node *root = koXML_CreateTreeFromGAEB2K(file, cell);

@@ -158,7 +158,7 @@ private:
 
 }  // namespace
 
-TARN_EXPORT int32_t TARN_CALL koXML_SaveTreeToGAEB2K(XML_Node *node, const char *file) {
+TARN_API int32_t TARN_CALL koXML_SaveTreeToGAEB2K(XML_Node *node, const char *file) {
     if (!node) return 0;
     OutputFile out;
     BracketWriter writer(out);

@@ -159,7 +159,7 @@ const char *intern(const char *text, size_t length) {
 
 }  // namespace tarn::xml
 
-TARN_EXPORT const char *TARN_CALL koXML_MakeAtom(const char *text) {
+TARN_API const char *TARN_CALL koXML_MakeAtom(const char *text) {
     if (text == nullptr) return nullptr;
     const size_t length = std::strlen(text);
     const uint32_t hash = hash_name(text, length);
@@ -167,14 +167,14 @@ TARN_EXPORT const char *TARN_CALL koXML_MakeAtom(const char *text) {
     return intern_terminated(text, length, hash);
 }
 
-TARN_EXPORT const char *TARN_CALL koXML_GetAtomByID(uint32_t index) {
+TARN_API const char *TARN_CALL koXML_GetAtomByID(uint32_t index) {
     return index < gAtoms.count ? gAtoms.entries[index] : nullptr;
 }
 
-TARN_EXPORT void TARN_CALL koXML_LockAtoms(int32_t lock) {
+TARN_API void TARN_CALL koXML_LockAtoms(int32_t lock) {
     const int32_t before = gAtoms.lockCount;
     gAtoms.lockCount = int32_t(uint32_t(before) + (lock != 0 ? 1u : ~0u));
     if (lock == 0 && before == 1) empty_table();
 }
 
-TARN_EXPORT void TARN_CALL koXML_FreeAtoms(void) { empty_table(); }
+TARN_API void TARN_CALL koXML_FreeAtoms(void) { empty_table(); }

@@ -373,7 +373,7 @@ XML_Node *append_child(XML_Node *parent, const char *atom) {
 }  // namespace tarn::xml
 
 // The atoms are locked only once the root exists: a tree that could not be made holds nothing.
-TARN_EXPORT XML_Node *TARN_CALL koXML_CreateTree(const char *name, HANDLE *store) {
+TARN_API XML_Node *TARN_CALL koXML_CreateTree(const char *name, HANDLE *store) {
     const char *atom = koXML_MakeAtom(name != nullptr ? name : "Root");
     if (atom == nullptr) return nullptr;
     auto *pool = new (std::nothrow) NodePool{};
@@ -390,76 +390,76 @@ TARN_EXPORT XML_Node *TARN_CALL koXML_CreateTree(const char *name, HANDLE *store
 }
 
 // NULL releases nothing and leaves the lock count alone.
-TARN_EXPORT void TARN_CALL koXML_ReleaseTree(XML_Node *node) {
+TARN_API void TARN_CALL koXML_ReleaseTree(XML_Node *node) {
     if (node == nullptr) return;
     release_subtree(node);
     koXML_LockAtoms(0);
 }
 
-TARN_EXPORT void TARN_CALL koXML_ReleaseTreeEx(XML_Node *root) {
+TARN_API void TARN_CALL koXML_ReleaseTreeEx(XML_Node *root) {
     if (root == nullptr) return;
     HANDLE *cell = tarn::xml::node_store(root);
     koXML_ReleaseTree(root);
     tarn::xml::free_store_cell(cell);
 }
 
-TARN_EXPORT void TARN_CALL koXML_ReleaseItem(XML_Node *node) {
+TARN_API void TARN_CALL koXML_ReleaseItem(XML_Node *node) {
     if (node == nullptr) return;
     if (node->parent == 0) koXML_ReleaseTree(node);
     else release_subtree(node);
 }
 
-TARN_EXPORT XML_Node *TARN_CALL koXML_AddChildFirst(XML_Node *node, const char *name) {
+TARN_API XML_Node *TARN_CALL koXML_AddChildFirst(XML_Node *node, const char *name) {
     return add_node(node, name, Place::FirstChild);
 }
 
-TARN_EXPORT XML_Node *TARN_CALL koXML_AddChildLast(XML_Node *node, const char *name) {
+TARN_API XML_Node *TARN_CALL koXML_AddChildLast(XML_Node *node, const char *name) {
     return add_node(node, name, Place::LastChild);
 }
 
-TARN_EXPORT XML_Node *TARN_CALL koXML_AddNext(XML_Node *node, const char *name) {
+TARN_API XML_Node *TARN_CALL koXML_AddNext(XML_Node *node, const char *name) {
     return add_node(node, name, Place::After);
 }
 
-TARN_EXPORT XML_Node *TARN_CALL koXML_AddPrev(XML_Node *node, const char *name) {
+TARN_API XML_Node *TARN_CALL koXML_AddPrev(XML_Node *node, const char *name) {
     return add_node(node, name, Place::Before);
 }
 
-TARN_EXPORT XML_Node *TARN_CALL koXML_GetParent(XML_Node *node) { return at(node->parent); }
-TARN_EXPORT XML_Node *TARN_CALL koXML_GetFirstChild(XML_Node *node) { return at(node->first); }
-TARN_EXPORT XML_Node *TARN_CALL koXML_GetNext(XML_Node *node) { return at(node->next); }
-TARN_EXPORT XML_Node *TARN_CALL koXML_GetPrev(XML_Node *node) { return prev_sibling(node); }
+TARN_API XML_Node *TARN_CALL koXML_GetParent(XML_Node *node) { return at(node->parent); }
+TARN_API XML_Node *TARN_CALL koXML_GetFirstChild(XML_Node *node) { return at(node->first); }
+TARN_API XML_Node *TARN_CALL koXML_GetNext(XML_Node *node) { return at(node->next); }
+TARN_API XML_Node *TARN_CALL koXML_GetPrev(XML_Node *node) { return prev_sibling(node); }
 
-TARN_EXPORT XML_Node *TARN_CALL koXML_GetLastChild(XML_Node *node) {
+TARN_API XML_Node *TARN_CALL koXML_GetLastChild(XML_Node *node) {
     return node->first != 0 ? at(at(node->first)->prev) : nullptr;
 }
 
-TARN_EXPORT const char *TARN_CALL koXML_GetName(XML_Node *node) { return node->name; }
+TARN_API const char *TARN_CALL koXML_GetName(XML_Node *node) { return node->name; }
 
-TARN_EXPORT const char *TARN_CALL koXML_SetName(XML_Node *node, const char *name) {
+TARN_API const char *TARN_CALL koXML_SetName(XML_Node *node, const char *name) {
     node->name = koXML_MakeAtom(name);
     return node->name;
 }
 
-TARN_EXPORT uint32_t TARN_CALL koXML_GetType(XML_Node *node) { return node->type; }
+TARN_API uint32_t TARN_CALL koXML_GetType(XML_Node *node) { return node->type; }
 
-TARN_EXPORT XML_Node *TARN_CALL koXML_SetType(XML_Node *node, uint32_t type) {
+TARN_API XML_Node *TARN_CALL koXML_SetType(XML_Node *node, uint32_t type) {
     node->type = type;
     return node;
 }
 
-TARN_EXPORT int32_t TARN_CALL koXML_GetDeept(XML_Node *node) {
+TARN_API int32_t TARN_CALL koXML_GetDeept(XML_Node *node) {
     int32_t depth = 0;
     for (const XML_Node *up = at(node->parent); up != nullptr; up = at(up->parent)) ++depth;
     return depth;
 }
 
-TARN_EXPORT XML_Node *TARN_CALL koXML_GetChildByName(XML_Node *node, const char *name) {
+TARN_API XML_Node *TARN_CALL koXML_GetChildByName(XML_Node *node, const char *name) {
     return child_by_name(node, name);
 }
 
 // A NULL path is read as an empty one: the node itself.
-TARN_EXPORT XML_Node *TARN_CALL koXML_GetChildByNameEx(XML_Node *node, const char *path) {
+TARN_API XML_Node *TARN_CALL koXML_GetChildByNameEx(XML_Node *node, const char *path) {
     if (path == nullptr) return node;
     const size_t length = std::strlen(path);
     char local[256];
@@ -480,7 +480,7 @@ TARN_EXPORT XML_Node *TARN_CALL koXML_GetChildByNameEx(XML_Node *node, const cha
 }
 
 // A NULL callback visits nothing; a traversal whose stack cannot grow ends there with 0.
-TARN_EXPORT int32_t TARN_CALL koXML_DoReku(XML_Node *node, uint32_t flags, koXML_RekuProc proc,
+TARN_API int32_t TARN_CALL koXML_DoReku(XML_Node *node, uint32_t flags, koXML_RekuProc proc,
                                            intptr_t user) {
     if (proc == nullptr) return 0;
     try {

@@ -34,7 +34,7 @@ void report_progress(int64_t position, int64_t total) {
 
 }  // namespace tarn::xml
 
-TARN_EXPORT HWND TARN_CALL koXML_SetStatusWindow(HWND window) {
+TARN_API HWND TARN_CALL koXML_SetStatusWindow(HWND window) {
     gProgress.window = window;
     return window;
 }

@@ -7,7 +7,7 @@
 
 using namespace tarn::xml;
 
-TARN_EXPORT XML_Node *TARN_CALL koXML_CreateTreeFromFileEx(const char *file, HANDLE *store,
+TARN_API XML_Node *TARN_CALL koXML_CreateTreeFromFileEx(const char *file, HANDLE *store,
                                                            int32_t flag) {
     XML_Node *root = koXML_CreateTree(nullptr, store);
     if (!root || !file) return root;
@@ -21,7 +21,7 @@ TARN_EXPORT XML_Node *TARN_CALL koXML_CreateTreeFromFileEx(const char *file, HAN
     return root;
 }
 
-TARN_EXPORT XML_Node *TARN_CALL koXML_CreateTreeFromFile(const char *file, HANDLE *store) {
+TARN_API XML_Node *TARN_CALL koXML_CreateTreeFromFile(const char *file, HANDLE *store) {
     return koXML_CreateTreeFromFileEx(file, store, 0);
 }
 
@@ -56,18 +56,18 @@ XML_Node *read_string(Text text, MakeSource make) {
 
 }  // namespace
 
-TARN_EXPORT XML_Node *TARN_CALL koXML_CreateTreeEx(const char *file) {
+TARN_API XML_Node *TARN_CALL koXML_CreateTreeEx(const char *file) {
     return read_with_own_store(file, 0, true);
 }
 
-TARN_EXPORT XML_Node *TARN_CALL koXML_CreateTreeExKompatible(const char *file) {
+TARN_API XML_Node *TARN_CALL koXML_CreateTreeExKompatible(const char *file) {
     return read_with_own_store(file, 1, false);
 }
 
-TARN_EXPORT XML_Node *TARN_CALL koXML_CreateTreeExAnsiString(const char *text, int32_t length) {
+TARN_API XML_Node *TARN_CALL koXML_CreateTreeExAnsiString(const char *text, int32_t length) {
     return read_string(text, [&] { return AnsiStringSource(text, length); });
 }
 
-TARN_EXPORT XML_Node *TARN_CALL koXML_CreateTreeExUnicodeString(const TARN_WCHAR *text) {
+TARN_API XML_Node *TARN_CALL koXML_CreateTreeExUnicodeString(const TARN_WCHAR *text) {
     return read_string(text, [&] { return UnicodeSource(text); });
 }

@@ -106,7 +106,7 @@ void free_store_cell(HANDLE *cell) {
 
 }  // namespace tarn::xml
 
-TARN_EXPORT char *TARN_CALL koXML_GetValue(XML_Node *node, char *buffer, int32_t size) {
+TARN_API char *TARN_CALL koXML_GetValue(XML_Node *node, char *buffer, int32_t size) {
     if (buffer == nullptr || size < 2) return nullptr;
     const int32_t n = tarn::xml::read_value(node, buffer, size - 1);
     if (n < 0) return nullptr;
@@ -114,19 +114,19 @@ TARN_EXPORT char *TARN_CALL koXML_GetValue(XML_Node *node, char *buffer, int32_t
     return buffer;
 }
 
-TARN_EXPORT int32_t TARN_CALL koXML_SetValue(XML_Node *node, const char *text) {
+TARN_API int32_t TARN_CALL koXML_SetValue(XML_Node *node, const char *text) {
     if (text == nullptr) return tarn::xml::set_value(node, nullptr, 0);
     const size_t length = std::strlen(text);
     if (length > size_t(INT32_MAX)) return 0;
     return tarn::xml::set_value(node, text, int32_t(length));
 }
 
-TARN_EXPORT int32_t TARN_CALL koXML_GetBinValue(XML_Node *node, void *buffer, int32_t size) {
+TARN_API int32_t TARN_CALL koXML_GetBinValue(XML_Node *node, void *buffer, int32_t size) {
     if (buffer == nullptr || size < 1 || size != node->length) return 0;
     return tarn::xml::read_value(node, buffer, size) == size ? 1 : 0;
 }
 
-TARN_EXPORT int32_t TARN_CALL koXML_SetBinValue(XML_Node *node, const void *data, int32_t size) {
+TARN_API int32_t TARN_CALL koXML_SetBinValue(XML_Node *node, const void *data, int32_t size) {
     if (data == nullptr || size < 1) {
         node->length = 0;
         return 1;
@@ -142,7 +142,7 @@ TARN_EXPORT int32_t TARN_CALL koXML_SetBinValue(XML_Node *node, const void *data
 }
 
 // The buffer is emptied only where it has room for the zero.
-TARN_EXPORT int32_t TARN_CALL koXML_GetValueByName(XML_Node *node, const char *name, char *buffer,
+TARN_API int32_t TARN_CALL koXML_GetValueByName(XML_Node *node, const char *name, char *buffer,
                                                    int32_t size) {
     if (buffer != nullptr && size > 0) buffer[0] = '\0';
     XML_Node *child = koXML_GetChildByName(node, name);
@@ -150,7 +150,7 @@ TARN_EXPORT int32_t TARN_CALL koXML_GetValueByName(XML_Node *node, const char *n
     return koXML_GetValue(child, buffer, size) != nullptr ? 1 : 0;
 }
 
-TARN_EXPORT int32_t TARN_CALL koXML_SetValueByName(XML_Node *node, const char *name, const char *text) {
+TARN_API int32_t TARN_CALL koXML_SetValueByName(XML_Node *node, const char *name, const char *text) {
     XML_Node *child = koXML_GetChildByName(node, name);
     if (child == nullptr) child = koXML_AddChildLast(node, name);
     if (child == nullptr) return 0;

@@ -303,19 +303,19 @@ int32_t save_xml(XML_Node *node, const char *file, bool compatible) {
 
 }  // namespace
 
-TARN_EXPORT int32_t TARN_CALL koXML_SaveTreeToFile(XML_Node *node, const char *file) {
+TARN_API int32_t TARN_CALL koXML_SaveTreeToFile(XML_Node *node, const char *file) {
     return save_xml(node, file, false);
 }
 
-TARN_EXPORT int32_t TARN_CALL koXML_SaveTreeToFileKompatible(XML_Node *node, const char *file) {
+TARN_API int32_t TARN_CALL koXML_SaveTreeToFileKompatible(XML_Node *node, const char *file) {
     return save_xml(node, file, true);
 }
 
-TARN_EXPORT char *TARN_CALL koAnsicode2XMLstr(char *out, char c) {
+TARN_API char *TARN_CALL koAnsicode2XMLstr(char *out, char c) {
     return koAnsicode2XMLstrEx(out, c, 0);
 }
 
-TARN_EXPORT char *TARN_CALL koAnsicode2XMLstrEx(char *out, char c, int32_t mode) {
+TARN_API char *TARN_CALL koAnsicode2XMLstrEx(char *out, char c, int32_t mode) {
     if (!out) return out;
     out[escape_byte(static_cast<unsigned char>(c), out, mode == 0 ? 0 : 1, nullptr)] = 0;
     return out;

@@ -1,4 +1,5 @@
 #include "platform/memory.h"
+#include "platform/syscall.h"
 
 #include <cstdlib>
 #if defined(__GLIBC__)
@@ -8,6 +9,7 @@
 namespace plat {
 
 void *global_alloc(size_t bytes, uintptr_t *handle) {
+    if (fail_now(kCallGlobalAlloc)) return nullptr;
     void *p = std::calloc(1, bytes);
     *handle = reinterpret_cast<uintptr_t>(p);
     return p;

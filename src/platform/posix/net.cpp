@@ -1,6 +1,8 @@
 #include "platform/net.h"
+#include "platform/syscall.h"
 
 #include "platform/files.h"
+#include "platform/system.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -102,6 +104,7 @@ bool net_cleanup() { return true; }
 int socket_error() { return lastSocketError; }
 
 Socket tcp_socket() {
+    if (fail_now(kCallsocket)) return kNoSocket;
     const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (fd < 0) {
         fail_with(errno);
@@ -111,6 +114,7 @@ Socket tcp_socket() {
 }
 
 bool bind_any(Socket s, uint16_t port) {
+    if (fail_now(kCallbind)) return false;
     const int on = 1;
     setsockopt(fd_of(s), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     struct sockaddr_in a = {};
@@ -123,12 +127,14 @@ bool bind_any(Socket s, uint16_t port) {
 }
 
 bool listen_socket(Socket s, int backlog) {
+    if (fail_now(kCalllisten)) return false;
     if (listen(fd_of(s), backlog) == 0) return true;
     fail_with(errno);
     return false;
 }
 
 Socket accept_socket(Socket listener, SockAddr4 *peer) {
+    if (fail_now(kCallaccept)) return kNoSocket;
     struct sockaddr_in a = {};
     socklen_t len = sizeof a;
     int fd;
@@ -150,6 +156,7 @@ Socket accept_socket(Socket listener, SockAddr4 *peer) {
 }
 
 bool connect_socket(Socket s, const SockAddr4 &to) {
+    if (fail_now(kCallconnect)) return false;
     struct sockaddr_in a = {};
     a.sin_family = AF_INET;
     a.sin_port = to.port;
@@ -216,6 +223,7 @@ int wait_socket(Socket s, bool forWrite, uint32_t timeoutMs) {
 }
 
 int recv_socket(Socket s, void *buffer, int count) {
+    if (fail_now(kCallrecv)) return -1;
     ssize_t n;
     do {
         n = recv(fd_of(s), buffer, size_t(count), 0);
@@ -225,6 +233,7 @@ int recv_socket(Socket s, void *buffer, int count) {
 }
 
 int send_socket(Socket s, const void *buffer, int count) {
+    if (fail_now(kCallsend)) return -1;
     ssize_t n;
     do {
         n = send(fd_of(s), buffer, size_t(count), MSG_NOSIGNAL);
@@ -234,6 +243,7 @@ int send_socket(Socket s, const void *buffer, int count) {
 }
 
 int try_recv_socket(Socket s, void *buffer, int count) {
+    if (fail_now(kCallrecv)) return -1;
     ssize_t n;
     do {
         n = recv(fd_of(s), buffer, size_t(count), MSG_DONTWAIT);
@@ -244,6 +254,7 @@ int try_recv_socket(Socket s, void *buffer, int count) {
 }
 
 int try_send_socket(Socket s, const void *buffer, int count) {
+    if (fail_now(kCallsend)) return -1;
     ssize_t n;
     do {
         n = send(fd_of(s), buffer, size_t(count), MSG_NOSIGNAL | MSG_DONTWAIT);
@@ -409,6 +420,7 @@ void make_blocking(int fd) { fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_NONBLOCK
 }  // namespace
 
 Pipe *pipe_create(const char *name) {
+    if (fail_now(kCallCreateNamedPipe)) return nullptr;
     const std::string path = socket_path(name);
     if (path.empty()) return nullptr;
     const int listener = listener_for(path);
@@ -419,6 +431,7 @@ Pipe *pipe_create(const char *name) {
 }
 
 int pipe_wait_client(Pipe *p, uint32_t timeoutMs, uint32_t pollMs, const int32_t *keepWaiting) {
+    if (fail_now(kCallConnectNamedPipe)) return -1;
     struct timespec start;
     clock_gettime(CLOCK_MONOTONIC, &start);
     for (;;) {
@@ -445,6 +458,7 @@ int pipe_wait_client(Pipe *p, uint32_t timeoutMs, uint32_t pollMs, const int32_t
 }
 
 Pipe *pipe_open(const char *name) {
+    if (fail_now(kCallCreatePipeClient)) return nullptr;
     const std::string path = socket_path(name);
     if (path.empty()) return nullptr;
     const int fd = connect_unix(path);
@@ -456,6 +470,7 @@ Pipe *pipe_open(const char *name) {
 }
 
 bool pipe_read(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs, const int32_t *connected) {
+    if (fail_now(kCallReadPipe)) return false;
     set_timeout(p->fd, SO_RCVTIMEO, &p->recvTimeout, intervalMs);
     char *at = static_cast<char *>(buffer);
     while (count > 0) {
@@ -476,6 +491,7 @@ bool pipe_read(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs, const
 
 bool pipe_write(Pipe *p, const void *buffer, uint32_t count, uint32_t intervalMs,
                 const int32_t *connected) {
+    if (fail_now(kCallWritePipe)) return false;
     set_timeout(p->fd, SO_SNDTIMEO, &p->sendTimeout, intervalMs);
     const char *at = static_cast<const char *>(buffer);
     while (count > 0) {
@@ -504,7 +520,5 @@ void pipe_close(Pipe *p) {
     if (p->fd >= 0) close(p->fd);
     delete p;
 }
-
-void default_beep() {}
 
 }  // namespace plat

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/files.h"
+#include "platform/system.h"
 #include "platform/registry.h"
 
 namespace plat::regstore {

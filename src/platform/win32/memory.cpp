@@ -1,10 +1,12 @@
 #include "platform/memory.h"
+#include "platform/syscall.h"
 
 #include <windows.h>
 
 namespace plat {
 
 void *global_alloc(size_t bytes, uintptr_t *handle) {
+    if (fail_now(kCallGlobalAlloc)) return nullptr;
     HGLOBAL h = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, bytes);
     if (!h) return nullptr;
     void *p = GlobalLock(h);

@@ -1,4 +1,5 @@
 #include "platform/net.h"
+#include "platform/syscall.h"
 
 #include <winsock2.h>
 #include <windows.h>
@@ -17,11 +18,13 @@ bool net_cleanup() { return WSACleanup() == 0; }
 int socket_error() { return WSAGetLastError(); }
 
 Socket tcp_socket() {
+    if (fail_now(kCallsocket)) return kNoSocket;
     const SOCKET s = socket(AF_INET, SOCK_STREAM, 0);
     return s == INVALID_SOCKET ? kNoSocket : Socket(s);
 }
 
 bool bind_any(Socket s, uint16_t port) {
+    if (fail_now(kCallbind)) return false;
     sockaddr_in a = {};
     a.sin_family = AF_INET;
     a.sin_port = htons(port);
@@ -29,9 +32,13 @@ bool bind_any(Socket s, uint16_t port) {
     return bind(SOCKET(s), reinterpret_cast<sockaddr *>(&a), sizeof a) == 0;
 }
 
-bool listen_socket(Socket s, int backlog) { return listen(SOCKET(s), backlog) == 0; }
+bool listen_socket(Socket s, int backlog) {
+    if (fail_now(kCalllisten)) return false;
+    return listen(SOCKET(s), backlog) == 0;
+}
 
 Socket accept_socket(Socket listener, SockAddr4 *peer) {
+    if (fail_now(kCallaccept)) return kNoSocket;
     sockaddr_in a = {};
     int len = sizeof a;
     SOCKET s;
@@ -51,6 +58,7 @@ Socket accept_socket(Socket listener, SockAddr4 *peer) {
 }
 
 bool connect_socket(Socket s, const SockAddr4 &to) {
+    if (fail_now(kCallconnect)) return false;
     sockaddr_in a = {};
     a.sin_family = AF_INET;
     a.sin_port = to.port;
@@ -104,11 +112,13 @@ int wait_socket(Socket s, bool forWrite, uint32_t timeoutMs) {
 }
 
 int recv_socket(Socket s, void *buffer, int count) {
+    if (fail_now(kCallrecv)) return -1;
     const int n = recv(SOCKET(s), static_cast<char *>(buffer), count, 0);
     return n == SOCKET_ERROR ? -1 : n;
 }
 
 int send_socket(Socket s, const void *buffer, int count) {
+    if (fail_now(kCallsend)) return -1;
     const int n = send(SOCKET(s), static_cast<const char *>(buffer), count, 0);
     return n == SOCKET_ERROR ? -1 : n;
 }
@@ -184,12 +194,14 @@ bool transfer(Pipe *p, bool write, char *at, uint32_t count, uint32_t intervalMs
 }  // namespace
 
 Pipe *pipe_create(const char *name) {
+    if (fail_now(kCallCreateNamedPipe)) return nullptr;
     return wrap(CreateNamedPipeA(name, PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | FILE_FLAG_WRITE_THROUGH,
                                  PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT,
                                  PIPE_UNLIMITED_INSTANCES, 512, 512, 0, nullptr));
 }
 
 int pipe_wait_client(Pipe *p, uint32_t timeoutMs, uint32_t pollMs, const int32_t *keepWaiting) {
+    if (fail_now(kCallConnectNamedPipe)) return -1;
     OVERLAPPED ov = {};
     ov.hEvent = p->event;
     if (ConnectNamedPipe(p->handle, &ov)) return 1;
@@ -210,16 +222,19 @@ int pipe_wait_client(Pipe *p, uint32_t timeoutMs, uint32_t pollMs, const int32_t
 }
 
 Pipe *pipe_open(const char *name) {
+    if (fail_now(kCallCreatePipeClient)) return nullptr;
     return wrap(CreateFileA(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
                             FILE_FLAG_WRITE_THROUGH | FILE_FLAG_OVERLAPPED, nullptr));
 }
 
 bool pipe_read(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs, const int32_t *connected) {
+    if (fail_now(kCallReadPipe)) return false;
     return transfer(p, false, static_cast<char *>(buffer), count, intervalMs, connected);
 }
 
 bool pipe_write(Pipe *p, const void *buffer, uint32_t count, uint32_t intervalMs,
                 const int32_t *connected) {
+    if (fail_now(kCallWritePipe)) return false;
     return transfer(p, true, const_cast<char *>(static_cast<const char *>(buffer)), count,
                     intervalMs, connected);
 }
@@ -234,7 +249,5 @@ void pipe_close(Pipe *p) {
     CloseHandle(p->event);
     delete p;
 }
-
-void default_beep() { MessageBeep(MB_OK); }
 
 }  // namespace plat

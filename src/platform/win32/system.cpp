@@ -88,4 +88,37 @@ int64_t local_time_to_instant(int year, int month, int day, int hour, int minute
     return int64_t(_mktime64(&tmv));
 }
 
+std::string settings_home() {
+    char dir[MAX_PATH] = "";
+    const UINT n = GetWindowsDirectoryA(dir, MAX_PATH);
+    return n > 0 && n < MAX_PATH ? std::string(dir) : std::string("C:\\Windows");
+}
+
+std::string program_folder() {
+    HMODULE self = nullptr;
+    GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<LPCSTR>(&program_folder), &self);
+    char path[MAX_PATH] = "";
+    const DWORD n = GetModuleFileNameA(self, path, MAX_PATH);
+    if (n == 0 || n >= MAX_PATH) return ".";
+    std::string s(path, n);
+    const size_t cut = s.find_last_of("\\/");
+    return cut == std::string::npos ? std::string(".") : s.substr(0, cut);
+}
+
+std::string computer_name() {
+    char name[MAX_COMPUTERNAME_LENGTH + 1] = "";
+    DWORD n = sizeof name;
+    return GetComputerNameA(name, &n) ? std::string(name, n) : std::string();
+}
+
+std::string user_name() {
+    char name[257] = "";
+    DWORD n = sizeof name;
+    // The count includes the terminator.
+    return GetUserNameA(name, &n) && n > 0 ? std::string(name, n - 1) : std::string();
+}
+
+void default_beep() { MessageBeep(MB_OK); }
+
 }  // namespace plat

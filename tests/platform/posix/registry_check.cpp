@@ -2,7 +2,7 @@
 
 #include <sqlite3.h>
 
-#include "platform/files.h"
+#include "platform/system.h"
 
 namespace test_env {
 

@@ -1,6 +1,6 @@
 // The library's palette: 20 named colours with a solid brush each.
 #include "export.h"
-#include "lib/frame_state.h"
+#include "frame/frame_state.h"
 #include "platform/gdi.h"
 #include "platform/profile.h"
 
@@ -98,10 +98,10 @@ namespace {
 int color_index(int32_t index) { return index < 0 || index >= tarn::kColorCount ? 0 : index; }
 }
 
-TARN_EXPORT COLORREF TARN_CALL koGetSysColor(int32_t index) {
+TARN_API COLORREF TARN_CALL koGetSysColor(int32_t index) {
     return tarn::frame().colors[color_index(index)].colour;
 }
 
-TARN_EXPORT HBRUSH TARN_CALL koGetSysBrush(int32_t index) {
+TARN_API HBRUSH TARN_CALL koGetSysBrush(int32_t index) {
     return tarn::frame().colors[color_index(index)].brush;
 }

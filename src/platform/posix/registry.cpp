@@ -9,6 +9,7 @@
 
 #include "platform/posix/registry_store.h"
 #include "platform/registry.h"
+#include "platform/syscall.h"
 
 namespace plat {
 namespace {
@@ -80,6 +81,7 @@ long copy_name(const std::string &found, char *name, uint32_t *nameSize) {
 
 // The view choice matters only to a 32-bit process on 64-bit Windows; here there is one view.
 long reg_open(HKEY root, const char *path, bool write, bool, HKEY *key) {
+    if (fail_now(kCallRegOpenKey)) return armed_error(kCallRegOpenKey);
     if (!key) return kErrorInvalidParameter;
     *key = nullptr;
     KeyRecord base;
@@ -95,6 +97,7 @@ long reg_open(HKEY root, const char *path, bool write, bool, HKEY *key) {
 
 // Creating below a handle opened for reading is allowed, as Wine allows it.
 long reg_create(HKEY root, const char *path, HKEY *key) {
+    if (fail_now(kCallRegCreateKey)) return armed_error(kCallRegCreateKey);
     if (!key) return kErrorInvalidParameter;
     *key = nullptr;
     KeyRecord base;
@@ -119,6 +122,7 @@ long reg_close(HKEY key) {
 }
 
 long reg_query(HKEY key, const char *name, uint32_t *type, void *data, uint32_t *size) {
+    if (fail_now(kCallRegQueryValue)) return armed_error(kCallRegQueryValue);
     KeyRecord k;
     if (!lookup(key, &k)) return kErrorInvalidHandle;
     if (data && !size) return kErrorInvalidParameter;
@@ -137,6 +141,7 @@ long reg_query(HKEY key, const char *name, uint32_t *type, void *data, uint32_t 
 }
 
 long reg_set(HKEY key, const char *name, uint32_t type, const void *data, uint32_t size) {
+    if (fail_now(kCallRegSetValue)) return armed_error(kCallRegSetValue);
     KeyRecord k;
     if (!lookup(key, &k)) return kErrorInvalidHandle;
     if (!k.write) return kErrorAccessDenied;
@@ -145,6 +150,7 @@ long reg_set(HKEY key, const char *name, uint32_t type, const void *data, uint32
 }
 
 long reg_delete_value(HKEY key, const char *name) {
+    if (fail_now(kCallRegDeleteValue)) return armed_error(kCallRegDeleteValue);
     KeyRecord k;
     if (!lookup(key, &k)) return kErrorInvalidHandle;
     if (!k.write) return kErrorAccessDenied;
@@ -154,6 +160,7 @@ long reg_delete_value(HKEY key, const char *name) {
 // As on Windows, the access of the parent's handle does not matter: deleting is a right on
 // the key itself.
 long reg_delete_key(HKEY parent, const char *subkey) {
+    if (fail_now(kCallRegDeleteKey)) return armed_error(kCallRegDeleteKey);
     KeyRecord k;
     if (!lookup(parent, &k)) return kErrorInvalidHandle;
     if (!subkey) return kErrorInvalidParameter;

@@ -1,4 +1,5 @@
-// The process-wide state of the library frame, in one place.
+// The process-wide state of the library frame: colours, the dotted pen, bitmaps, fonts,
+// cursors, the window classes' helpers and the screen zoom.
 #pragma once
 #include <cstdint>
 #include "tarngdi32.h"
@@ -16,7 +17,6 @@ struct ColorEntry {
 };
 
 struct FrameState {
-    HINSTANCE instance = nullptr;
     uint32_t attachCount = 0;
     ColorEntry colors[kColorCount] = {};
     HPEN dotPen = nullptr;
@@ -25,24 +25,23 @@ struct FrameState {
     bool fontOwned[kFontSlots] = {};
     int32_t music = 0;
     int32_t autoYield = 0;     // 0 while not ready; doubles as the ready flag
-    char eventSource[64] = "KELVO";
-    uint32_t memBlocks = 0;
-    uint32_t memBytes = 0;
     HCURSOR dropCursor = nullptr;
     HCURSOR noDropCursor = nullptr;
     HCURSOR waitCursor = nullptr;
     HMODULE richEdit = nullptr;
     int32_t richValueBosket = 1;
-    int32_t wow64 = -1;        // -1 until the first Is_Wow64
+    bool zoomRead = false;
+    bool zoomEnabled = false;
+    double zoomFactor = 1.0;
 };
 
 FrameState &frame();
 
-// Entry points for the loader: process attach and detach.
-void library_attach(HINSTANCE instance);
-void library_detach();
-
 // Colour table set-up; with profile use off nothing is read or written and no brush is made.
 void setup_colors(bool useProfile);
+
+// Deletes the global fonts the library made; they are made again when next needed. The result
+// of the last deletion, 0 when there was none.
+int32_t discard_fonts();
 
 }  // namespace tarn

@@ -1,7 +1,9 @@
 // Process attach and detach: the start-up and clean-up of the library frame, in their order.
 #include "export.h"
-#include "lib/frame_state.h"
+#include "frame/frame_state.h"
+#include "lib/base_state.h"
 #include "text/work_date.h"
+#include "platform/entry.h"
 #include "platform/gdi.h"
 #include "platform/profile.h"
 #include "platform/system.h"
@@ -29,7 +31,7 @@ void load_bitmaps(FrameState &f) {
     for (int i = 0; i < kBitmapCount; ++i) {
         char name[8];
         std::snprintf(name, sizeof name, "BM%03d", i);
-        f.bitmaps[i] = plat::load_bitmap(f.instance, name);
+        f.bitmaps[i] = plat::load_bitmap(module_instance(), name);
     }
 }
 
@@ -53,7 +55,7 @@ void register_early_classes(HINSTANCE inst) {
 
 void register_late_classes(FrameState &f) {
     using namespace plat;
-    const HINSTANCE inst = f.instance;
+    const HINSTANCE inst = module_instance();
     const uint32_t redraw = kClassHRedraw | kClassVRedraw;
     register_window_class(inst, {"ko:DibControl", kClassGlobal | kClassDblClks | redraw, 8,
                                  nullptr, kWhiteBrush});
@@ -70,29 +72,43 @@ void register_late_classes(FrameState &f) {
 }
 
 }  // namespace
+}  // namespace tarn
 
-void library_attach(HINSTANCE instance) {
+int32_t tarn::discard_fonts() {
+    FrameState &f = frame();
+    int32_t result = 0;
+    for (int i = 0; i < kFontSlots; ++i) {
+        if (f.fontOwned[i] && f.fonts[i]) result = plat::delete_object(f.fonts[i]);
+        f.fonts[i] = nullptr;
+        f.fontOwned[i] = false;
+    }
+    return result;
+}
+
+void plat::on_process_attach(HINSTANCE instance) {
+    using namespace tarn;
     FrameState &f = frame();
     if (++f.attachCount != 1) return;
     InitGdiLib(instance);
     setup_colors(true);
     koEventLogAppName(nullptr);
-    register_early_classes(f.instance);
+    register_early_classes(module_instance());
     plat::init_common_controls();
     reset_work_date();
-    f.dropCursor = plat::load_cursor(f.instance, "cDrop");
-    f.noDropCursor = plat::load_cursor(f.instance, "cNoDrop");
+    f.dropCursor = plat::load_cursor(module_instance(), "cDrop");
+    f.noDropCursor = plat::load_cursor(module_instance(), "cNoDrop");
     f.waitCursor = plat::load_wait_cursor();
     register_late_classes(f);
     f.autoYield = 1;
 }
 
-void library_detach() {
+void plat::on_process_detach() {
+    using namespace tarn;
     FrameState &f = frame();
     if (f.attachCount == 0 || --f.attachCount != 0) return;
     f.autoYield = 0;
     plat::sleep_ms(4);
-    const HINSTANCE inst = f.instance;
+    const HINSTANCE inst = module_instance();
     plat::unregister_window_class(inst, "ko::RichVal32");
     if (f.richEdit) plat::free_library(f.richEdit);
     f.richEdit = nullptr;
@@ -106,12 +122,10 @@ void library_detach() {
     setup_colors(false);
 }
 
-}  // namespace tarn
-
-TARN_EXPORT int32_t TARN_CALL InitGdiLib(HINSTANCE instance) {
+TARN_API int32_t TARN_CALL InitGdiLib(HINSTANCE instance) {
     using namespace tarn;
     FrameState &f = frame();
-    f.instance = instance;
+    set_module_instance(instance);
     load_bitmaps(f);
     const COLORREF colour = COLORREF(koGetPrivateLong(kSection, "DP_COLOR", 0xADBFBF, "DEFAULT"));
     const int32_t style = koGetPrivateLong(kSection, "DP_STYLE", 0, "DEFAULT");
@@ -125,15 +139,10 @@ TARN_EXPORT int32_t TARN_CALL InitGdiLib(HINSTANCE instance) {
     return 1;
 }
 
-TARN_EXPORT int32_t TARN_CALL DeInitGdiLib(void) {
+TARN_API int32_t TARN_CALL DeInitGdiLib(void) {
     using namespace tarn;
     FrameState &f = frame();
-    int32_t result = 0;
-    for (int i = 0; i < kFontSlots; ++i) {
-        if (f.fontOwned[i] && f.fonts[i]) result = plat::delete_object(f.fonts[i]);
-        f.fonts[i] = nullptr;
-        f.fontOwned[i] = false;
-    }
+    int32_t result = discard_fonts();
     if (f.dotPen) result = plat::delete_object(f.dotPen);
     f.dotPen = nullptr;
     for (int i = 0; i < kBitmapCount; ++i) {
@@ -143,15 +152,15 @@ TARN_EXPORT int32_t TARN_CALL DeInitGdiLib(void) {
     return result;
 }
 
-TARN_EXPORT HINSTANCE TARN_CALL GetGdiLibInstance(void) { return tarn::frame().instance; }
+TARN_API HINSTANCE TARN_CALL GetGdiLibInstance(void) { return tarn::module_instance(); }
 
-TARN_EXPORT int32_t TARN_CALL AutoYieldStart(void) {
+TARN_API int32_t TARN_CALL AutoYieldStart(void) {
     int32_t &n = tarn::frame().autoYield;
     if (n >= 1) ++n;
     return n;
 }
 
-TARN_EXPORT int32_t TARN_CALL AutoYieldStop(void) {
+TARN_API int32_t TARN_CALL AutoYieldStop(void) {
     int32_t &n = tarn::frame().autoYield;
     if (n >= 2) --n;
     return n;

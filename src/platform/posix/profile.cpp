@@ -16,7 +16,9 @@
 #include <vector>
 
 #include "platform/files.h"
-#include "platform/posix/ini_text.h"
+#include "platform/system.h"
+#include "platform/posix/profile_ini.h"
+#include "platform/syscall.h"
 
 namespace plat {
 namespace {
@@ -87,7 +89,8 @@ bool read_all(const std::string &path, std::string *out, bool *exists, mode_t *m
 bool write_all(int fd, const std::string &bytes) {
     size_t done = 0;
     while (done < bytes.size()) {
-        const ssize_t n = write(fd, bytes.data() + done, bytes.size() - done);
+        const ssize_t n = sys(kCallWriteFile, ssize_t(-1),
+                              [&] { return write(fd, bytes.data() + done, bytes.size() - done); });
         if (n < 0) {
             if (errno == EINTR) continue;
             return false;
@@ -123,14 +126,15 @@ private:
 bool replace_file(const std::string &path, const std::string &bytes, bool existed, mode_t mode) {
     const std::string temp = path + ".tmp";
     unlink(temp.c_str());
-    Fd fd(open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    Fd fd(sys(kCallCreateFile, -1,
+              [&] { return open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666); }));
     if (fd.get() < 0) return false;
     bool ok = (!existed || fchmod(fd.get(), mode) == 0) && write_all(fd.get(), bytes);
     // The data reaches the disk before the name does: after a power cut the file is the old
     // one or the new one, never an empty one.
     ok = ok && fdatasync(fd.get()) == 0;
     ok = close(fd.release()) == 0 && ok;
-    ok = ok && rename(temp.c_str(), path.c_str()) == 0;
+    ok = ok && sys(kCallMoveFile, -1, [&] { return rename(temp.c_str(), path.c_str()); }) == 0;
     if (!ok) unlink(temp.c_str());
     return ok;
 }

@@ -1,4 +1,4 @@
-#include "lib/frame_state.h"
+#include "frame/frame_state.h"
 
 namespace tarn {
 

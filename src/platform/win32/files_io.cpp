@@ -4,7 +4,7 @@
 
 #include <windows.h>
 
-#include "platform/fault.h"
+#include "platform/syscall.h"
 #include "platform/last_error.h"
 
 namespace plat {
@@ -27,11 +27,9 @@ bool is_dot_entry(const char *name) {
 
 }  // namespace
 
-uint32_t last_error() { return GetLastError(); }
-void set_last_error(uint32_t error) { SetLastError(error); }
 
 HANDLE file_open(const char *path, const FileOpen &how) {
-    if (fault_now(kCallCreateFile)) return INVALID_HANDLE_VALUE;
+    if (fail_now(kCallCreateFile)) return INVALID_HANDLE_VALUE;
     const DWORD access = GENERIC_READ | (how.write ? GENERIC_WRITE : 0);
     DWORD share = how.share == kShareReadWrite ? FILE_SHARE_READ | FILE_SHARE_WRITE : 0;
     // A file removed on close holds delete access, and while any handle of it lacks
@@ -46,31 +44,31 @@ HANDLE file_open(const char *path, const FileOpen &how) {
 }
 
 bool file_close(HANDLE h) {
-    if (fault_now(kCallCloseHandle)) return false;
+    if (fail_now(kCallCloseHandle)) return false;
     return CloseHandle(h) != FALSE;
 }
 
 int64_t file_read(HANDLE h, void *buffer, uint32_t count) {
-    if (fault_now(kCallReadFile)) return -1;
+    if (fail_now(kCallReadFile)) return -1;
     DWORD got = 0;
     return ReadFile(h, buffer, count, &got, nullptr) ? int64_t(got) : -1;
 }
 
 int64_t file_write(HANDLE h, const void *buffer, uint32_t count) {
-    if (fault_now(kCallWriteFile)) return -1;
+    if (fail_now(kCallWriteFile)) return -1;
     DWORD put = 0;
     return WriteFile(h, buffer, count, &put, nullptr) ? int64_t(put) : -1;
 }
 
 int64_t file_seek(HANDLE h, int64_t offset, int origin) {
-    if (fault_now(kCallSetFilePointer)) return -1;
+    if (fail_now(kCallSetFilePointer)) return -1;
     LARGE_INTEGER move, now;
     move.QuadPart = offset;
     return SetFilePointerEx(h, move, &now, DWORD(origin)) ? int64_t(now.QuadPart) : -1;
 }
 
 bool file_truncate(HANDLE h) {
-    if (fault_now(kCallSetEndOfFile)) return false;
+    if (fail_now(kCallSetEndOfFile)) return false;
     return SetEndOfFile(h) != FALSE;
 }
 
@@ -81,17 +79,17 @@ int64_t file_length(HANDLE h) {
 
 // An HFILE is the handle's value in 32 bits, as the system hands it out.
 int32_t old_read(int32_t file, void *buffer, uint32_t count) {
-    if (fault_now(kCallReadFile)) return -1;
+    if (fail_now(kCallReadFile)) return -1;
     return int32_t(_lread(HFILE(file), buffer, count));
 }
 
 int32_t old_write(int32_t file, const void *buffer, uint32_t count) {
-    if (fault_now(kCallWriteFile)) return -1;
+    if (fail_now(kCallWriteFile)) return -1;
     return int32_t(_lwrite(HFILE(file), static_cast<const char *>(buffer), count));
 }
 
 int32_t old_seek(int32_t file, int32_t offset, int origin) {
-    if (fault_now(kCallSetFilePointer)) return -1;
+    if (fail_now(kCallSetFilePointer)) return -1;
     return int32_t(_llseek(HFILE(file), LONG(offset), origin));
 }
 
@@ -141,7 +139,7 @@ std::vector<FoundFile> find_files(const char *pattern) {
 }
 
 bool copy_file(const char *from, const char *to, bool failIfExists) {
-    if (fault_now(kCallCopyFile)) return false;
+    if (fail_now(kCallCopyFile)) return false;
     return CopyFileA(from, to, failIfExists ? TRUE : FALSE) != FALSE;
 }
 

@@ -16,13 +16,12 @@
 #include <mutex>
 #include <unordered_map>
 
-#include "platform/fault.h"
+#include "platform/syscall.h"
 #include "platform/last_error.h"
 
 namespace plat {
 namespace {
 
-thread_local uint32_t tLastError = 0;
 
 // Windows error numbers.
 constexpr uint32_t kErrFileNotFound = 2, kErrPathNotFound = 3, kErrTooManyOpen = 4,
@@ -48,7 +47,7 @@ uint32_t windows_error(int e) {
     }
 }
 
-void fail_with_errno() { tLastError = windows_error(errno); }
+void fail_with_errno() { set_last_error(windows_error(errno)); }
 
 int fd_of(HANDLE h) { return int(reinterpret_cast<intptr_t>(h)); }
 HANDLE handle_of(int fd) { return reinterpret_cast<HANDLE>(intptr_t(fd)); }
@@ -121,13 +120,13 @@ int64_t write_all(int fd, const void *buffer, size_t count) {
 int64_t seek_fd(int fd, int64_t offset, int origin) {
     const int whence = whence_of(origin);
     if (whence < 0) {
-        tLastError = kErrInvalidParameter;
+        set_last_error(kErrInvalidParameter);
         return -1;
     }
     const off_t at = ::lseek(fd, off_t(offset), whence);
     if (at >= 0) return int64_t(at);
     // A move in front of the start is the one EINVAL a valid origin can give.
-    tLastError = errno == EINVAL ? kErrNegativeSeek : windows_error(errno);
+    set_last_error(errno == EINVAL ? kErrNegativeSeek : windows_error(errno));
     return -1;
 }
 
@@ -214,14 +213,12 @@ bool same_file(const struct stat &a, const struct stat &b) {
 
 }  // namespace
 
-uint32_t last_error() { return tLastError; }
-void set_last_error(uint32_t error) { tLastError = error; }
 
 // Share modes have no counterpart here; kShareNone is not enforced, since an advisory lock would
 // only bind callers that lock as well. No random-access hint either: Linux would switch off
 // read-ahead, from which the callers' 8 KiB block reads profit.
 HANDLE file_open(const char *path, const FileOpen &how) {
-    if (fault_now(kCallCreateFile)) return kInvalidHandle;
+    if (fail_now(kCallCreateFile)) return kInvalidHandle;
     const std::string p = posix_path(path);
     int flags = (how.write ? O_RDWR : O_RDONLY) | O_CLOEXEC;
     if (how.create == kCreateAlways) flags |= O_CREAT | O_TRUNC;
@@ -237,7 +234,7 @@ HANDLE file_open(const char *path, const FileOpen &how) {
     if (fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
         // CreateFileA does not open a folder as a file.
         ::close(fd);
-        tLastError = kErrAccessDenied;
+        set_last_error(kErrAccessDenied);
         return kInvalidHandle;
     }
     // Delete-on-close: the name is removed by file_close.
@@ -247,7 +244,7 @@ HANDLE file_open(const char *path, const FileOpen &how) {
 }
 
 bool file_close(HANDLE h) {
-    if (fault_now(kCallCloseHandle)) return false;
+    if (fail_now(kCallCloseHandle)) return false;
     const int fd = fd_of(h);
     const std::string doomed = take_delete_on_close(fd);
     if (!doomed.empty()) {
@@ -264,22 +261,22 @@ bool file_close(HANDLE h) {
 }
 
 int64_t file_read(HANDLE h, void *buffer, uint32_t count) {
-    if (fault_now(kCallReadFile)) return -1;
+    if (fail_now(kCallReadFile)) return -1;
     return read_all(fd_of(h), buffer, count);
 }
 
 int64_t file_write(HANDLE h, const void *buffer, uint32_t count) {
-    if (fault_now(kCallWriteFile)) return -1;
+    if (fail_now(kCallWriteFile)) return -1;
     return write_all(fd_of(h), buffer, count);
 }
 
 int64_t file_seek(HANDLE h, int64_t offset, int origin) {
-    if (fault_now(kCallSetFilePointer)) return -1;
+    if (fail_now(kCallSetFilePointer)) return -1;
     return seek_fd(fd_of(h), offset, origin);
 }
 
 bool file_truncate(HANDLE h) {
-    if (fault_now(kCallSetEndOfFile)) return false;
+    if (fail_now(kCallSetEndOfFile)) return false;
     const int fd = fd_of(h);
     const off_t at = ::lseek(fd, 0, SEEK_CUR);
     if (at < 0 || ::ftruncate(fd, at) != 0) {
@@ -299,17 +296,17 @@ int64_t file_length(HANDLE h) {
 }
 
 int32_t old_read(int32_t file, void *buffer, uint32_t count) {
-    if (fault_now(kCallReadFile)) return -1;
+    if (fail_now(kCallReadFile)) return -1;
     return int32_t(read_all(file, buffer, count));
 }
 
 int32_t old_write(int32_t file, const void *buffer, uint32_t count) {
-    if (fault_now(kCallWriteFile)) return -1;
+    if (fail_now(kCallWriteFile)) return -1;
     return int32_t(write_all(file, buffer, count));
 }
 
 int32_t old_seek(int32_t file, int32_t offset, int origin) {
-    if (fault_now(kCallSetFilePointer)) return -1;
+    if (fail_now(kCallSetFilePointer)) return -1;
     return int32_t(seek_fd(file, offset, origin));
 }
 
@@ -393,7 +390,7 @@ std::vector<FoundFile> find_files(const char *pattern) {
     if (mask == "*.*") mask = "*";  // matches names without a dot too, as on Windows
     DIR *d = ::opendir(dir.c_str());
     if (!d) {
-        tLastError = errno == ENOENT ? kErrPathNotFound : windows_error(errno);
+        set_last_error(errno == ENOENT ? kErrPathNotFound : windows_error(errno));
         return found;
     }
     while (const struct dirent *e = ::readdir(d)) {
@@ -407,14 +404,14 @@ std::vector<FoundFile> find_files(const char *pattern) {
     std::sort(found.begin(), found.end(), [](const FoundFile &a, const FoundFile &b) {
         return strcasecmp(a.name.c_str(), b.name.c_str()) < 0;
     });
-    if (found.empty()) tLastError = kErrFileNotFound;
+    if (found.empty()) set_last_error(kErrFileNotFound);
     return found;
 }
 
 // The bytes, the permissions and the access and write times go over; a copy that fails half-way
 // is removed.
 bool copy_file(const char *from, const char *to, bool failIfExists) {
-    if (fault_now(kCallCopyFile)) return false;
+    if (fail_now(kCallCopyFile)) return false;
     const std::string src = posix_path(from), dst = posix_path(to);
     const int in = ::open(src.c_str(), O_RDONLY | O_CLOEXEC);
     if (in < 0) {
@@ -429,13 +426,13 @@ bool copy_file(const char *from, const char *to, bool failIfExists) {
     }
     if (S_ISDIR(st.st_mode)) {
         ::close(in);
-        tLastError = kErrAccessDenied;
+        set_last_error(kErrAccessDenied);
         return false;
     }
     // Copying a file onto itself would truncate it before it is read.
     if (::stat(dst.c_str(), &target) == 0 && same_file(st, target)) {
         ::close(in);
-        tLastError = kErrSharingViolation;
+        set_last_error(kErrSharingViolation);
         return false;
     }
     const int exists = failIfExists ? O_EXCL : O_TRUNC;
