@@ -50,7 +50,10 @@ int32_t fake_box(void *context, const char *text, const char *caption, uint32_t 
     ui->boxes.push_back(text ? text : "");
     ui->captions.push_back(caption ? caption : "");
     ui->boxTypes.push_back(type);
-    return ui->boxAnswer;
+    if (ui->answers.empty()) return ui->boxAnswer;
+    const int32_t answer = ui->answers.front();
+    ui->answers.pop_front();
+    return answer;
 }
 
 void fake_dialog(void *context, TarnUiDialog *d) {

@@ -3,6 +3,7 @@
 // processes with a time limit. Everything a test needs of the system itself is in platform/.
 #pragma once
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <string>
 #include <vector>
@@ -59,8 +60,9 @@ private:
 // ---- user interface ----
 
 // Installs a UI provider for the guard's lifetime. Message boxes are recorded and answered with
-// `boxAnswer` (6 = Yes unless set); dialogs are recorded by name and handed to `dialog` when it
-// is set; progress reports are recorded.
+// the next of `answers` while there are any, then with `boxAnswer` (6 = Yes unless set);
+// dialogs are recorded by name and handed to `dialog` when it is set; progress reports are
+// recorded.
 class FakeUi {
 public:
     FakeUi();
@@ -69,6 +71,7 @@ public:
     FakeUi &operator=(const FakeUi &) = delete;
 
     int32_t boxAnswer = 6;
+    std::deque<int32_t> answers;
     std::function<void(TarnUiDialog *)> dialog;
     std::vector<std::string> boxes;     // texts of the boxes shown
     std::vector<std::string> captions;  // their captions

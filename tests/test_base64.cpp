@@ -1,6 +1,7 @@
 // Base64 over 16-bit text: padding, buffer sizes and the lenient decoder's stopping rules.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 #include <string>
 
@@ -22,91 +23,55 @@ std::string narrow(const WText &text) {
     return out;
 }
 
-constexpr TARN_WCHAR kGuard = 0x2A2A;
+constexpr TARN_WCHAR kGuard = '*';
 
-TEST(Base64, EncodesGroupsWithPadding) {
-    const struct { std::string bytes; const char *text; } cases[] = {
-        {"M", "TQ=="},
-        {"Ma", "TWE="},
-        {"Man", "TWFu"},
-        {"Many", "TWFueQ=="},
-        {"\xFF\xFE\xFD", "//79"},
-        {std::string("\0\0\0\0", 4), "AAAAAA=="},
+TEST(Base64, EncoderPadsGroupsAndRefusesShortBuffers) {
+    const struct { std::string bytes; int32_t count, room, result; const char *written; } cases[] = {
+        {"M", 1, 16, 4, "TQ==*"}, {"Ma", 2, 16, 4, "TWE=*"}, {"Man", 3, 16, 4, "TWFu*"},  // no zero written
+        {"Many", 4, 16, 8, "TWFueQ==*"}, {"\xFF\xFE\xFD", 3, 16, 4, "//79*"}, {std::string(4, '\0'), 4, 16, 8, "AAAAAA==*"},
+        {"Man", 0, 16, 0, "*"}, {"Man", -3, 16, 0, "*"}, {"Man", 3, 4, 4, "TWFu"} /* an exact fit */, {"Man", 3, 3, -1, ""},
+        {"Man Ma", 6, 5, -1, "TWFu*"},  // the groups before the overflow stay written
     };
     for (const auto &c : cases) {
         WText out(16, kGuard);
-        const int32_t n = BytesToBase64_W(c.bytes.data(), int32_t(c.bytes.size()), &out[0], 16);
-        EXPECT_EQ(n, int32_t(std::string(c.text).size())) << c.text;
-        EXPECT_EQ(narrow(out.substr(0, size_t(n))), c.text);
-        EXPECT_EQ(out[size_t(n)], kGuard) << "no terminating zero is written";
-        EXPECT_EQ(BytesToBase64_W(c.bytes.data(), int32_t(c.bytes.size()), nullptr, 0), n) << c.text;
+        EXPECT_EQ(BytesToBase64_W(c.bytes.data(), c.count, &out[0], c.room), c.result) << c.written;
+        EXPECT_EQ(narrow(out.substr(0, std::strlen(c.written))), c.written);
+        if (c.result >= 0) {
+            EXPECT_EQ(BytesToBase64_W(c.bytes.data(), c.count, nullptr, 0), c.result) << "measured: " << c.written;
+        }
     }
-}
-
-TEST(Base64, EncoderCountsAndBufferLimits) {
-    const char data[] = "Man Man";
-    EXPECT_EQ(BytesToBase64_W(data, 0, nullptr, 0), 0);
-    EXPECT_EQ(BytesToBase64_W(data, -3, nullptr, 0), 0);
-    EXPECT_EQ(BytesToBase64_W(data, 4, nullptr, 0), 8);
-
-    WText out(8, kGuard);
-    EXPECT_EQ(BytesToBase64_W(data, 3, &out[0], 4), 4) << "an exact fit";
-    EXPECT_EQ(BytesToBase64_W(data, 3, &out[0], 3), -1);
-    out.assign(8, kGuard);
-    EXPECT_EQ(BytesToBase64_W(data, 6, &out[0], 5), -1);
-    EXPECT_EQ(narrow(out.substr(0, 5)), "TWFu*") << "the groups before the overflow stay written";
 }
 
 TEST(Base64, DecoderSkipsWhiteSpaceAndStopsQuietly) {
-    const struct { const char *text; std::string bytes; } cases[] = {
-        {"TWFu", "Man"},
-        {"TW Fu", "Man"},
-        {"TW\r\nFu\r\n", "Man"},
-        {" \tTWFu", "Man"},
-        {"TQ==TQ==", "MM"},          // padding ends the group, not the text
-        {"TQ", "M"},
-        {"TWE", "Ma"},
-        {"TW*u", "M"},               // a digit after a missing third character does not count
-        {"TW=u", "M"},
-        {"TQ*=TQ==", "MM"},          // unknown inside a group acts as padding
-        {"TWFu*TWFu", "Man"},        // unknown between groups ends the text
-        {"T", ""},
-        {"=TWFu", ""},
-        {"", ""},
+    const struct { const char *text; uint32_t room; int32_t result; std::string bytes; } cases[] = {
+        {"TWFu", 8, 3, "Man"}, {"TW Fu", 8, 3, "Man"}, {"TW\r\nFu\r\n", 8, 3, "Man"}, {" \tTWFu", 8, 3, "Man"},
+        {"TQ==TQ==", 8, 2, "MM"},    // padding ends the group, not the text
+        {"TQ", 8, 1, "M"}, {"TWE", 8, 2, "Ma"},
+        {"TW*u", 8, 1, "M"},         // a digit after a missing third character does not count
+        {"TW=u", 8, 1, "M"},
+        {"TQ*=TQ==", 8, 2, "MM"},    // unknown inside a group acts as padding
+        {"TWFu*TWFu", 8, 3, "Man"},  // unknown between groups ends the text
+        {"T", 8, 0, ""}, {"=TWFu", 8, 0, ""}, {"", 8, 0, ""},
+        {"TWFuTQ==", 4, 4, "ManM"}, {"TWFuTQ==", 3, -1, "Man"} /* the group that fitted stays */, {"TWFuTQ==", 2, -1, ""},
     };
     for (const auto &c : cases) {
         const WText text = wide(c.text);
-        EXPECT_EQ(Base64ToBytes_W(text.c_str(), nullptr, 0), int32_t(c.bytes.size())) << c.text;
         std::string out(8, '#');
-        const int32_t n = Base64ToBytes_W(text.c_str(), &out[0], 8);
-        EXPECT_EQ(n, int32_t(c.bytes.size())) << c.text;
+        EXPECT_EQ(Base64ToBytes_W(text.c_str(), &out[0], c.room), c.result) << c.text << " into " << c.room;
         EXPECT_EQ(out.substr(0, c.bytes.size()), c.bytes) << c.text;
         EXPECT_EQ(out.find_first_not_of('#', c.bytes.size()), std::string::npos) << c.text;
+        if (c.room == 8) {
+            EXPECT_EQ(Base64ToBytes_W(text.c_str(), nullptr, 0), c.result) << "measured: " << c.text;
+        }
     }
 }
 
-TEST(Base64, DecoderBufferTooSmall) {
-    const WText text = wide("TWFuTQ==");
-    std::string out(6, '#');
-    EXPECT_EQ(Base64ToBytes_W(text.c_str(), &out[0], 2), -1);
-    EXPECT_EQ(Base64ToBytes_W(text.c_str(), &out[0], 3), -1);
-    EXPECT_EQ(out.substr(0, 4), "Man#") << "the group that fitted stays written";
-    EXPECT_EQ(Base64ToBytes_W(text.c_str(), &out[0], 4), 4);
-}
-
 TEST(Base64, AlphabetAndIndices) {
-    EXPECT_EQ(Base64Code_W(0), TARN_WCHAR('A'));
-    EXPECT_EQ(Base64Code_W(26), TARN_WCHAR('a'));
-    EXPECT_EQ(Base64Code_W(63), TARN_WCHAR('/'));
-    EXPECT_EQ(Base64Code_W(64), TARN_WCHAR('='));
-    EXPECT_EQ(Base64Code_W(65), TARN_WCHAR(0));
-    EXPECT_EQ(Base64Code_W(0xFFFFFFFFu), TARN_WCHAR(0));
-
+    const struct { uint32_t index; TARN_WCHAR code; } codes[] = {{0, 'A'}, {26, 'a'}, {63, '/'}, {64, '='}, {65, 0}, {~0u, 0}};
+    for (const auto &c : codes) EXPECT_EQ(Base64Code_W(c.index), c.code) << c.index;
     const struct { TARN_WCHAR c; int32_t index; } cases[] = {
-        {'A', 0}, {'Z', 25}, {'a', 26}, {'z', 51}, {'0', 52}, {'9', 61}, {'+', 62}, {'/', 63},
-        {'=', 64}, {' ', 65}, {0, 65}, {'-', 65}, {'_', 65},
-        {TARN_WCHAR(0x0141), 65},  // the low byte is "A": only the whole unit counts
-        {TARN_WCHAR(0xFF3A), 65},
+        {'A', 0}, {'Z', 25}, {'a', 26}, {'z', 51}, {'0', 52}, {'9', 61}, {'+', 62}, {'/', 63}, {'=', 64}, {' ', 65},
+        {0, 65}, {'-', 65}, {'_', 65}, {TARN_WCHAR(0x0141), 65} /* only the whole unit counts */, {TARN_WCHAR(0xFF3A), 65},
     };
     for (const auto &c : cases) EXPECT_EQ(Base64Index_W(c.c), c.index) << int(c.c);
 }
@@ -114,12 +79,12 @@ TEST(Base64, AlphabetAndIndices) {
 TEST(Base64, IndexCursorSkipsBlanksAndStopsOnTheZero) {
     const WText text = wide(" \r\n\tT*");
     const TARN_WCHAR *at = text.c_str();
-    EXPECT_EQ(Base64IndexP_W(&at), 19);
-    EXPECT_EQ(at, text.c_str() + 5);
-    EXPECT_EQ(Base64IndexP_W(&at), 65);
-    EXPECT_EQ(at, text.c_str() + 6) << "an unknown character is read past";
-    EXPECT_EQ(Base64IndexP_W(&at), 65);
-    EXPECT_EQ(at, text.c_str() + 6) << "the end is not read past";
+    // An unknown character is read past, the end is not.
+    const struct { int32_t index; size_t after; } steps[] = {{19, 5}, {65, 6}, {65, 6}};
+    for (const auto &s : steps) {
+        EXPECT_EQ(Base64IndexP_W(&at), s.index);
+        EXPECT_EQ(at, text.c_str() + s.after);
+    }
 }
 
 TEST(Base64, RoundTripsEveryLength) {

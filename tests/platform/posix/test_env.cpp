@@ -1,24 +1,27 @@
 #include "test_env.h"
 
 #include <signal.h>
+#include <sqlite3.h>
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <string>
+#include <cstring>
+#include <filesystem>
+#include <thread>
+
+#include "platform/system.h"
 
 extern char **environ;
 
 namespace test_env {
 namespace {
-std::string &self() {
-    static std::string s;
-    return s;
-}
+std::string self;
 std::string home() {
     const char *h = std::getenv("TARNGDI_HOME");
     return h && *h ? h : "/tmp/tarngdi32-test-home";
@@ -26,27 +29,24 @@ std::string home() {
 }  // namespace
 
 bool library_keeps_settings() { return true; }
-
 std::string program_folder() { return home() + "/program"; }
+std::string join(const std::string &a, const std::string &b) { return a + "/" + b; }
 
 std::string temp_folder(const std::string &name) {
     const std::string dir = home() + "/tmp-" + name + "-" + std::to_string(getpid());
-    const std::string cmd = "rm -rf '" + dir + "'";
-    if (std::system(cmd.c_str()) != 0) return dir;
+    std::error_code ignored;
+    std::filesystem::remove_all(dir, ignored);
     mkdir(home().c_str(), 0700);
     mkdir(dir.c_str(), 0700);
     return dir;
 }
 
-std::string join(const std::string &a, const std::string &b) { return a + "/" + b; }
-
 Child start_self(const std::vector<std::string> &args) {
-    std::vector<char *> argv;
-    argv.push_back(const_cast<char *>(self().c_str()));
+    std::vector<char *> argv{const_cast<char *>(self.c_str())};
     for (const auto &a : args) argv.push_back(const_cast<char *>(a.c_str()));
     argv.push_back(nullptr);
     pid_t pid = 0;
-    if (posix_spawn(&pid, self().c_str(), nullptr, nullptr, argv.data(), environ) != 0) return {};
+    if (posix_spawn(&pid, self.c_str(), nullptr, nullptr, argv.data(), environ) != 0) return {};
     return Child{pid};
 }
 
@@ -60,10 +60,7 @@ void kill_child_hard(Child c) {
     if (c.id > 0) kill(pid_t(c.id), SIGKILL);
 }
 
-void sleep_ms(int ms) {
-    struct timespec ts = {ms / 1000, long(ms % 1000) * 1000000L};
-    nanosleep(&ts, nullptr);
-}
+void sleep_ms(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
 
 unsigned long long process_memory_bytes() {
     unsigned long long pages = 0, resident = 0;
@@ -75,25 +72,16 @@ unsigned long long process_memory_bytes() {
 }
 
 bool set_time_zone(const char *tz) {
-    // TZ as it was before the first change: whether it was set, and to what.
-    static bool changed = false, was_set = false;
-    static std::string previous;
-    if (tz != nullptr) {
-        if (!changed) {
-            const char *now = std::getenv("TZ");
-            was_set = now != nullptr;
-            previous = now != nullptr ? now : "";
-            changed = true;
-        }
+    static const char *const before = [] {  // TZ as the process had it before the first change
+        const char *t = std::getenv("TZ");
+        return t ? strdup(t) : nullptr;
+    }();
+    if (tz)
         setenv("TZ", tz, 1);
-    } else if (changed) {
-        if (was_set) {
-            setenv("TZ", previous.c_str(), 1);
-        } else {
-            unsetenv("TZ");
-        }
-        changed = false;
-    }
+    else if (before)
+        setenv("TZ", before, 1);
+    else
+        unsetenv("TZ");
     tzset();
     return true;
 }
@@ -101,9 +89,30 @@ bool set_time_zone(const char *tz) {
 void set_self_path(const char *argv0) {
     char buf[4096];
     const ssize_t n = readlink("/proc/self/exe", buf, sizeof buf - 1);
-    self() = n > 0 ? std::string(buf, size_t(n)) : std::string(argv0);
+    self = n > 0 ? std::string(buf, size_t(n)) : std::string(argv0);
 }
 
 bool abort_ends_quietly() { return true; }
+
+std::string registry_store_integrity() {
+    const std::string file = plat::settings_home() + "/registry.sqlite3";
+    sqlite3 *db = nullptr;
+    std::string report;
+    if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
+        report = db ? sqlite3_errmsg(db) : "cannot open " + file;
+    } else {
+        sqlite3_busy_timeout(db, 30000);
+        char *error = nullptr;
+        const auto collect = [](void *out, int, char **cols, char **) {
+            auto &s = *static_cast<std::string *>(out);
+            return s += (s.empty() ? "" : "; ") + std::string(cols[0] ? cols[0] : ""), 0;
+        };
+        if (sqlite3_exec(db, "PRAGMA integrity_check", collect, &report, &error) != SQLITE_OK)
+            report = error ? error : "integrity_check failed";
+        sqlite3_free(error);
+    }
+    sqlite3_close(db);
+    return report;
+}
 
 }  // namespace test_env

@@ -3,23 +3,20 @@
 #include <windows.h>
 #include <psapi.h>
 
-#include <string>
+#include <filesystem>
 
 namespace test_env {
 namespace {
-std::string &self() {
-    static std::string s;
-    return s;
-}
+std::string self;
 }  // namespace
 
 bool library_keeps_settings() { return false; }
+std::string join(const std::string &a, const std::string &b) { return a + "\\" + b; }
 
 std::string program_folder() {
     char path[MAX_PATH] = "";
-    HMODULE lib = GetModuleHandleA("tarngdi32.dll");
-    const DWORD n = GetModuleFileNameA(lib, path, MAX_PATH);
-    std::string s(path, n);
+    const DWORD n = GetModuleFileNameA(GetModuleHandleA("tarngdi32.dll"), path, MAX_PATH);
+    const std::string s(path, n);
     const size_t cut = s.find_last_of("\\/");
     return cut == std::string::npos ? std::string(".") : s.substr(0, cut);
 }
@@ -28,22 +25,19 @@ std::string temp_folder(const std::string &name) {
     char tmp[MAX_PATH] = "";
     GetTempPathA(MAX_PATH, tmp);
     const std::string dir = std::string(tmp) + "tarngdi32-" + name + "-" + std::to_string(GetCurrentProcessId());
-    const std::string cmd = "cmd /c rmdir /s /q \"" + dir + "\" >NUL 2>NUL";
-    system(cmd.c_str());
+    std::error_code ignored;
+    std::filesystem::remove_all(dir, ignored);
     CreateDirectoryA(dir.c_str(), nullptr);
     return dir;
 }
 
-std::string join(const std::string &a, const std::string &b) { return a + "\\" + b; }
-
 Child start_self(const std::vector<std::string> &args) {
-    std::string cmd = "\"" + self() + "\"";
+    std::string cmd = "\"" + self + "\"";
     for (const auto &a : args) cmd += " \"" + a + "\"";
     STARTUPINFOA si = {};
     si.cb = sizeof si;
     PROCESS_INFORMATION pi = {};
-    if (!CreateProcessA(nullptr, &cmd[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi))
-        return {};
+    if (!CreateProcessA(nullptr, &cmd[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi)) return {};
     CloseHandle(pi.hThread);
     return Child{reinterpret_cast<long long>(pi.hProcess)};
 }
@@ -59,8 +53,7 @@ int wait_child(Child c) {
 }
 
 void kill_child_hard(Child c) {
-    HANDLE h = reinterpret_cast<HANDLE>(c.id);
-    if (h) TerminateProcess(h, 137);
+    if (c.id) TerminateProcess(reinterpret_cast<HANDLE>(c.id), 137);
 }
 
 void sleep_ms(int ms) { Sleep(DWORD(ms)); }
@@ -68,9 +61,7 @@ void sleep_ms(int ms) { Sleep(DWORD(ms)); }
 unsigned long long process_memory_bytes() {
     PROCESS_MEMORY_COUNTERS counters = {};
     counters.cb = sizeof counters;
-    return GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters)
-               ? counters.WorkingSetSize
-               : 0;
+    return GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters) ? counters.WorkingSetSize : 0;
 }
 
 // The runtime's TZ syntax cannot name a zone's own daylight-saving dates, and the system's zone
@@ -80,9 +71,12 @@ bool set_time_zone(const char *) { return false; }
 void set_self_path(const char *argv0) {
     char path[MAX_PATH] = "";
     const DWORD n = GetModuleFileNameA(nullptr, path, MAX_PATH);
-    self() = n ? std::string(path, n) : std::string(argv0);
+    self = n ? std::string(path, n) : std::string(argv0);
 }
 
 bool abort_ends_quietly() { return false; }
+
+// Windows keeps the registry itself; there is no store of ours to look into.
+std::string registry_store_integrity() { return "the system keeps the registry"; }
 
 }  // namespace test_env
