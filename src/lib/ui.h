@@ -3,6 +3,7 @@
 #pragma once
 #include <cstdint>
 #include "tarngdi32.h"
+#include "platform/dialog.h"
 
 namespace tarn::ui {
 
@@ -14,7 +15,8 @@ constexpr uint32_t kButtonClicked = 0;
 constexpr int32_t kIdOk = 1;
 constexpr int32_t kIdCancel = 2;
 
-using DialogProc = intptr_t(TARN_CALL *)(HWND dialog, uint32_t msg, uintptr_t wParam, intptr_t lParam);
+// The system's dialog procedure: (dialog, message, wParam, lParam).
+using DialogProc = plat::DialogProc;
 
 struct ControlLayout {
     int32_t id;

@@ -74,7 +74,7 @@ intptr_t run_dialog(HWND parent, const DialogLayout &layout, DialogProc proc, in
     const TarnUiProvider *p = provider();
     if (!p || !p->runDialog) {
         const intptr_t r = plat::run_resource_dialog(module_instance(), layout.name, parent,
-                                                     reinterpret_cast<plat::DialogProc>(proc), param);
+                                                     proc, param);
         return r < 0 ? 0 : r;
     }
     TarnUiDialog d;

@@ -1,21 +1,18 @@
 // What the tests need to know of the system they run on, and how they start helper processes.
 #pragma once
+#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace test_env {
 
-// True where the library keeps settings in its own INI files and registry store; false on
-// Windows, where the system's profile calls and registry do.
-bool library_keeps_settings();
+bool library_keeps_settings();  // false on Windows, where the system keeps INI files and registry
 std::string program_folder();                     // the library's program folder (INI forms beside it)
 std::string temp_folder(const std::string &name);  // a fresh empty folder for one test
 std::string join(const std::string &a, const std::string &b);
 
 // This test program, started again with `args` (it then runs the helper role named by them).
-struct Child {
-    long long id = 0;
-};
+struct Child { long long id = 0; };
 Child start_self(const std::vector<std::string> &args);
 int wait_child(Child c);        // exit code, or -1
 void kill_child_hard(Child c);  // SIGKILL / TerminateProcess
@@ -27,12 +24,25 @@ unsigned long long process_memory_bytes();  // resident set (working set on Wind
 bool abort_ends_quietly();
 void set_self_path(const char *argv0);
 
-// The library's own registry store, looked at from outside the library: "ok" when SQLite's
-// integrity check passes, otherwise what the open or the check reported.
+// "ok" when SQLite's integrity check passes on the library's own registry store, otherwise what
+// the open or the check reported.
 std::string registry_store_integrity();
 
 // Sets the time zone of the library's local-time conversions to the named zone ("Europe/Berlin"),
 // or with nullptr puts back the zone the process had before. False where a test cannot set it.
 bool set_time_zone(const char *tz);
 
+// An existing file opened for reading and writing as an old-style handle (_lopen); -1 on failure.
+int32_t old_open(const std::string &path);
+void old_close(int32_t file);
+
+// Points the system's temporary folder (TMP, TMPDIR) at `dir`; "" puts back the process's own.
+void set_temp_folder(const std::string &dir);
+
 }  // namespace test_env
+
+// The system's profile calls on a full INI path: on Windows the real GetPrivateProfileStringA &
+// co., elsewhere the library's own INI engine.
+int test_profile_get(const char *section, const char *key, const char *def, char *out, int size, const char *file);
+bool test_profile_write(const char *section, const char *key, const char *value, const char *file);
+int32_t test_profile_int(const char *section, const char *key, int32_t def, const char *file);

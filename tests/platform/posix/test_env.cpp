@@ -1,20 +1,21 @@
 #include "test_env.h"
 
+#include <fcntl.h>
 #include <signal.h>
-#include <sqlite3.h>
 #include <spawn.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <thread>
+#include <fstream>
+#include <map>
+#include <optional>
 
+#include "platform/profile.h"
 #include "platform/system.h"
 
 extern char **environ;
@@ -25,6 +26,14 @@ std::string self;
 std::string home() {
     const char *h = std::getenv("TARNGDI_HOME");
     return h && *h ? h : "/tmp/tarngdi32-test-home";
+}
+// Sets the variable, or with nullptr puts back what the process had before its first change.
+void set_env(const char *name, const char *value) {
+    static std::map<std::string, std::optional<std::string>> first;
+    if (!first.count(name)) first[name] = std::getenv(name) ? std::optional<std::string>(std::getenv(name)) : std::nullopt;
+    const std::optional<std::string> use = value ? std::optional<std::string>(value) : first[name];
+    if (use) setenv(name, use->c_str(), 1);
+    else unsetenv(name);
 }
 }  // namespace
 
@@ -60,31 +69,24 @@ void kill_child_hard(Child c) {
     if (c.id > 0) kill(pid_t(c.id), SIGKILL);
 }
 
-void sleep_ms(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
+void sleep_ms(int ms) { usleep(useconds_t(ms) * 1000); }
 
 unsigned long long process_memory_bytes() {
     unsigned long long pages = 0, resident = 0;
-    FILE *f = std::fopen("/proc/self/statm", "r");
-    if (!f) return 0;
-    const int n = std::fscanf(f, "%llu %llu", &pages, &resident);
-    std::fclose(f);
-    return n == 2 ? resident * (unsigned long long)sysconf(_SC_PAGESIZE) : 0;
+    std::ifstream statm("/proc/self/statm");
+    return statm >> pages >> resident ? resident * (unsigned long long)sysconf(_SC_PAGESIZE) : 0;
 }
 
 bool set_time_zone(const char *tz) {
-    static const char *const before = [] {  // TZ as the process had it before the first change
-        const char *t = std::getenv("TZ");
-        return t ? strdup(t) : nullptr;
-    }();
-    if (tz)
-        setenv("TZ", tz, 1);
-    else if (before)
-        setenv("TZ", before, 1);
-    else
-        unsetenv("TZ");
+    set_env("TZ", tz);
     tzset();
     return true;
 }
+
+void set_temp_folder(const std::string &dir) { set_env("TMPDIR", dir.empty() ? nullptr : dir.c_str()); }
+
+int32_t old_open(const std::string &path) { return ::open(path.c_str(), O_RDWR | O_CLOEXEC); }
+void old_close(int32_t file) { ::close(file); }
 
 void set_self_path(const char *argv0) {
     char buf[4096];
@@ -96,23 +98,31 @@ bool abort_ends_quietly() { return true; }
 
 std::string registry_store_integrity() {
     const std::string file = plat::settings_home() + "/registry.sqlite3";
+    const auto collect = [](void *out, int, char **cols, char **) {
+        auto &s = *static_cast<std::string *>(out);
+        return s += (s.empty() ? "" : "; ") + std::string(cols[0] ? cols[0] : ""), 0;
+    };
     sqlite3 *db = nullptr;
+    char *error = nullptr;
     std::string report;
-    if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
-        report = db ? sqlite3_errmsg(db) : "cannot open " + file;
-    } else {
-        sqlite3_busy_timeout(db, 30000);
-        char *error = nullptr;
-        const auto collect = [](void *out, int, char **cols, char **) {
-            auto &s = *static_cast<std::string *>(out);
-            return s += (s.empty() ? "" : "; ") + std::string(cols[0] ? cols[0] : ""), 0;
-        };
-        if (sqlite3_exec(db, "PRAGMA integrity_check", collect, &report, &error) != SQLITE_OK)
-            report = error ? error : "integrity_check failed";
-        sqlite3_free(error);
-    }
+    if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK)
+        report = "cannot open " + file + ": " + sqlite3_errmsg(db);
+    else if (sqlite3_busy_timeout(db, 30000), sqlite3_exec(db, "PRAGMA integrity_check", collect, &report, &error))
+        report = error ? error : "integrity_check failed";
+    sqlite3_free(error);
     sqlite3_close(db);
     return report;
 }
 
 }  // namespace test_env
+
+// The library's own INI engine stands in for the system's profile calls.
+int test_profile_get(const char *section, const char *key, const char *def, char *out, int size, const char *file) {
+    return plat::private_profile_string(section, key, def, out, size, file);
+}
+bool test_profile_write(const char *section, const char *key, const char *value, const char *file) {
+    return plat::write_private_profile_string(section, key, value, file);
+}
+int32_t test_profile_int(const char *section, const char *key, int32_t def, const char *file) {
+    return plat::private_profile_int(section, key, def, file);
+}

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 
+
 namespace test_env {
 namespace {
 std::string self;
@@ -68,6 +69,19 @@ unsigned long long process_memory_bytes() {
 // is not the tests' to change.
 bool set_time_zone(const char *) { return false; }
 
+// GetTempPathA takes TMP first.
+void set_temp_folder(const std::string &dir) {
+    static const std::string before = std::getenv("TMP") ? std::getenv("TMP") : "";
+    const std::string &use = dir.empty() ? before : dir;
+    SetEnvironmentVariableA("TMP", use.empty() ? nullptr : use.c_str());
+}
+
+int32_t old_open(const std::string &path) {
+    const HFILE f = _lopen(path.c_str(), OF_READWRITE);
+    return f == HFILE_ERROR ? -1 : int32_t(f);
+}
+void old_close(int32_t file) { _lclose(HFILE(file)); }
+
 void set_self_path(const char *argv0) {
     char path[MAX_PATH] = "";
     const DWORD n = GetModuleFileNameA(nullptr, path, MAX_PATH);
@@ -80,3 +94,13 @@ bool abort_ends_quietly() { return false; }
 std::string registry_store_integrity() { return "the system keeps the registry"; }
 
 }  // namespace test_env
+
+int test_profile_get(const char *section, const char *key, const char *def, char *out, int size, const char *file) {
+    return int(GetPrivateProfileStringA(section, key, def, out, DWORD(size), file));
+}
+bool test_profile_write(const char *section, const char *key, const char *value, const char *file) {
+    return WritePrivateProfileStringA(section, key, value, file) != FALSE;
+}
+int32_t test_profile_int(const char *section, const char *key, int32_t def, const char *file) {
+    return int32_t(GetPrivateProfileIntA(section, key, def, file));
+}
