@@ -48,18 +48,54 @@ void put_right(std::string &rec, const std::string &text, size_t width) {
 // padded with blanks, amounts with a decimal comma, dates DD.MM.YYYY, CR LF line ends.
 const Buffer &records() {
     static const Buffer data = [] {
-        static const char *const firstNames[] = {"Hans", "Peter", "Klaus", "J\xfcrgen", "Stefan", "Michael", "Andreas",
-                                                 "Sabine", "Petra", "Monika", "Ursula", "Renate", "Helga", "J\xf6rg"};
-        static const char *const lastNames[] = {"M\xfcller", "Schmidt", "Schneider", "Fischer", "Weber", "Meyer",
-                                                "Wagner", "Becker", "Schulz", "Hoffmann", "Sch\xe4" "fer", "Koch",
-                                                "Bauer", "Richter", "Schr\xf6" "der", "Kr\xfcger", "Zimmermann"};
-        static const char *const streets[] = {"Hauptstra\xdf" "e", "Bahnhofstra\xdf" "e", "Gartenweg", "Schulstra\xdf" "e",
-                                              "Lindenallee", "Am M\xfchlbach", "Kirchplatz", "Bergstra\xdf" "e"};
-        static const char *const cities[] = {"M\xfcnchen", "K\xf6ln", "N\xfcrnberg", "W\xfcrzburg", "Regensburg",
-                                             "Augsburg", "Passau", "Landshut", "F\xfcrth", "Bamberg"};
-        static const char *const jobs[] = {"Fliesenarbeiten Bad", "Malerarbeiten Wohnzimmer", "Heizung Wartung",
-                                           "Dachrinne erneuert", "Elektroinstallation K\xfc" "che", "Estrich verlegt",
-                                           "Fenster eingebaut", "Ger\xfcst gestellt", "Material lt. Aufma\xdf"};
+        static const char *const firstNames[] = {"Hans",   "Peter",   "Klaus",   "J\xfcrgen",
+                                                 "Stefan", "Michael", "Andreas", "Sabine",
+                                                 "Petra",  "Monika",  "Ursula",  "Renate",
+                                                 "Helga",  "J\xf6rg"};
+        static const char *const lastNames[] = {"M\xfcller",
+                                                "Schmidt",
+                                                "Schneider",
+                                                "Fischer",
+                                                "Weber",
+                                                "Meyer",
+                                                "Wagner",
+                                                "Becker",
+                                                "Schulz",
+                                                "Hoffmann",
+                                                "Sch\xe4"
+                                                "fer",
+                                                "Koch",
+                                                "Bauer",
+                                                "Richter",
+                                                "Schr\xf6"
+                                                "der",
+                                                "Kr\xfcger",
+                                                "Zimmermann"};
+        static const char *const streets[] = {"Hauptstra\xdf"
+                                              "e",
+                                              "Bahnhofstra\xdf"
+                                              "e",
+                                              "Gartenweg",
+                                              "Schulstra\xdf"
+                                              "e",
+                                              "Lindenallee",
+                                              "Am M\xfchlbach",
+                                              "Kirchplatz",
+                                              "Bergstra\xdf"
+                                              "e"};
+        static const char *const cities[] = {"M\xfcnchen", "K\xf6ln",  "N\xfcrnberg", "W\xfcrzburg",
+                                             "Regensburg", "Augsburg", "Passau",      "Landshut",
+                                             "F\xfcrth",   "Bamberg"};
+        static const char *const jobs[] = {"Fliesenarbeiten Bad",
+                                           "Malerarbeiten Wohnzimmer",
+                                           "Heizung Wartung",
+                                           "Dachrinne erneuert",
+                                           "Elektroinstallation K\xfc"
+                                           "che",
+                                           "Estrich verlegt",
+                                           "Fenster eingebaut",
+                                           "Ger\xfcst gestellt",
+                                           "Material lt. Aufma\xdf"};
         Lcg rng{20240315};
         Buffer out;
         out.reserve(kDataBytes + 256);
@@ -80,7 +116,8 @@ const Buffer &records() {
             const uint32_t cents = rng.below(500000);
             std::snprintf(buf, sizeof buf, "%u,%02u", cents / 100, cents % 100);
             put_right(rec, buf, 12);
-            std::snprintf(buf, sizeof buf, " %02u.%02u.%04u", 1 + rng.below(28), 1 + rng.below(12), 2015 + rng.below(10));
+            std::snprintf(buf, sizeof buf, " %02u.%02u.%04u", 1 + rng.below(28), 1 + rng.below(12),
+                          2015 + rng.below(10));
             put_left(rec, buf, 12);
             std::snprintf(buf, sizeof buf, "%u", rng.below(100));
             put_right(rec, buf, 4);
@@ -100,7 +137,8 @@ std::vector<double> best_of_rounds(const std::vector<std::function<void()>> &job
         for (size_t j = 0; j < jobs.size(); ++j) {
             const auto start = Clock::now();
             jobs[j]();
-            best[j] = std::min(best[j], std::chrono::duration<double>(Clock::now() - start).count());
+            best[j] =
+                std::min(best[j], std::chrono::duration<double>(Clock::now() - start).count());
         }
     }
     return best;
@@ -117,9 +155,11 @@ void compress_all(const Buffer &data, Packed &p) {
     p.ours.resize(koMemoCompress(data.data(), uint32_t(data.size()), nullptr, 0));
     p.lz4.resize(size_t(LZ4_compressBound(int(data.size()))));
     p.zlib.resize(compressBound(uLong(data.size())));
-    p.oursSize = koMemoCompress(data.data(), uint32_t(data.size()), p.ours.data(), uint32_t(p.ours.size()));
+    p.oursSize =
+        koMemoCompress(data.data(), uint32_t(data.size()), p.ours.data(), uint32_t(p.ours.size()));
     p.lz4Size = LZ4_compress_default(reinterpret_cast<const char *>(data.data()),
-                                     reinterpret_cast<char *>(p.lz4.data()), int(data.size()), int(p.lz4.size()));
+                                     reinterpret_cast<char *>(p.lz4.data()), int(data.size()),
+                                     int(p.lz4.size()));
     p.zlibSize = p.zlib.size();
     compress2(p.zlib.data(), &p.zlibSize, data.data(), uLong(data.size()), 1);
 }
@@ -144,12 +184,13 @@ void BM_MemoCompress_vs_LZ4_zlib1(benchmark::State &state) {
     for (auto _ : state) {
         seconds = best_of_rounds({
             [&] {
-                p.oursSize = koMemoCompress(data.data(), uint32_t(data.size()), p.ours.data(), uint32_t(p.ours.size()));
+                p.oursSize = koMemoCompress(data.data(), uint32_t(data.size()), p.ours.data(),
+                                            uint32_t(p.ours.size()));
             },
             [&] {
                 p.lz4Size = LZ4_compress_default(reinterpret_cast<const char *>(data.data()),
-                                                 reinterpret_cast<char *>(p.lz4.data()), int(data.size()),
-                                                 int(p.lz4.size()));
+                                                 reinterpret_cast<char *>(p.lz4.data()),
+                                                 int(data.size()), int(p.lz4.size()));
             },
             [&] {
                 p.zlibSize = p.zlib.size();
@@ -172,10 +213,14 @@ void BM_MemoExpand_vs_LZ4_zlib1(benchmark::State &state) {
     std::vector<double> seconds;
     for (auto _ : state) {
         seconds = best_of_rounds({
-            [&] { oursLength = koMemoExpand(p.ours.data(), p.oursSize, ours.data(), uint32_t(ours.size())); },
+            [&] {
+                oursLength =
+                    koMemoExpand(p.ours.data(), p.oursSize, ours.data(), uint32_t(ours.size()));
+            },
             [&] {
                 lz4Length = LZ4_decompress_safe(reinterpret_cast<const char *>(p.lz4.data()),
-                                                reinterpret_cast<char *>(lz4.data()), p.lz4Size, int(lz4.size()));
+                                                reinterpret_cast<char *>(lz4.data()), p.lz4Size,
+                                                int(lz4.size()));
             },
             [&] {
                 zlibLength = zlib.size();
@@ -184,8 +229,8 @@ void BM_MemoExpand_vs_LZ4_zlib1(benchmark::State &state) {
         });
         state.SetIterationTime(seconds[0]);
     }
-    if (oursLength != data.size() || ours != data || size_t(lz4Length) != data.size() || lz4 != data ||
-        zlibLength != data.size() || zlib != data) {
+    if (oursLength != data.size() || ours != data || size_t(lz4Length) != data.size() ||
+        lz4 != data || zlibLength != data.size() || zlib != data) {
         state.SkipWithError("an expansion did not give the data back");
         return;
     }
@@ -201,7 +246,8 @@ void BM_Memo2KiB_Compress(benchmark::State &state) {
         benchmark::DoNotOptimize(koMemoCompress(data.data() + at, kMemoBytes, out, sizeof out));
         at = (at + kMemoBytes) % (data.size() - kMemoBytes);
     }
-    state.counters["calls/s"] = benchmark::Counter(double(state.iterations()), benchmark::Counter::kIsRate);
+    state.counters["calls/s"] =
+        benchmark::Counter(double(state.iterations()), benchmark::Counter::kIsRate);
     state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(kMemoBytes));
 }
 
@@ -220,13 +266,20 @@ void BM_Memo2KiB_Expand(benchmark::State &state) {
         const Buffer &memo = packed[i++ % kMemos];
         benchmark::DoNotOptimize(koMemoExpand(memo.data(), uint32_t(memo.size()), out, sizeof out));
     }
-    state.counters["calls/s"] = benchmark::Counter(double(state.iterations()), benchmark::Counter::kIsRate);
+    state.counters["calls/s"] =
+        benchmark::Counter(double(state.iterations()), benchmark::Counter::kIsRate);
     state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(kMemoBytes));
 }
 
 }  // namespace
 
-BENCHMARK(BM_MemoCompress_vs_LZ4_zlib1)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_MemoExpand_vs_LZ4_zlib1)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_MemoCompress_vs_LZ4_zlib1)
+    ->UseManualTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_MemoExpand_vs_LZ4_zlib1)
+    ->UseManualTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Memo2KiB_Compress);
 BENCHMARK(BM_Memo2KiB_Expand);

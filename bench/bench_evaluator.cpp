@@ -18,8 +18,8 @@ namespace {
 constexpr int kLines = 10000;  // of which three quarters are result lines
 
 struct Formula {
-    std::string text;                 // the whole text for koMultilineEval
-    std::vector<std::string> terms;   // each result line's term, for muparser
+    std::string text;                // the whole text for koMultilineEval
+    std::vector<std::string> terms;  // each result line's term, for muparser
 };
 
 // The lines a site measurement is typed in: labels, remarks, comments, a few plain notes.
@@ -30,7 +30,8 @@ const Formula &formula() {
         auto number = [&](int lo, int hi) {
             std::uniform_int_distribution<int> d(lo * 100, hi * 100);
             const int v = d(rng);
-            return std::to_string(v / 100) + "," + (v % 100 < 10 ? "0" : "") + std::to_string(v % 100);
+            return std::to_string(v / 100) + "," + (v % 100 < 10 ? "0" : "") +
+                   std::to_string(v % 100);
         };
         auto add = [&](const std::string &label, const std::string &term, const std::string &tail) {
             r.text += label + term + " =" + tail + "\n";
@@ -38,14 +39,28 @@ const Formula &formula() {
         };
         for (int i = 0; i < kLines; ++i) {
             switch (i % 8) {
-            case 0: add("Wand " + std::to_string(i % 40 + 1) + ": ", number(1, 9) + "*" + number(2, 4), ""); break;
-            case 1: add("", "(" + number(1, 9) + "+" + number(1, 9) + ")*" + number(2, 4), ""); break;
+            case 0:
+                add("Wand " + std::to_string(i % 40 + 1) + ": ", number(1, 9) + "*" + number(2, 4),
+                    "");
+                break;
+            case 1:
+                add("", "(" + number(1, 9) + "+" + number(1, 9) + ")*" + number(2, 4), "");
+                break;
             case 2: add("", number(1, 30) + "^2", " \"Boden\""); break;
-            case 3: add("Fenster: ", "-" + number(0, 2) + "*" + number(1, 2), " # abzueglich"); break;
+            case 3:
+                add("Fenster: ", "-" + number(0, 2) + "*" + number(1, 2), " # abzueglich");
+                break;
             case 4: r.text += "\"Bemerkung: Tueren nach Plan\"\n"; break;
-            case 5: add("Decke: ", "(" + number(3, 9) + "-" + number(0, 1) + ")*(" + number(3, 6) + "+" +
-                                       number(0, 1) + ")/2", ""); break;
-            case 6: add("Sockel: ", "2*(" + number(3, 9) + "+" + number(3, 6) + ")-" + number(0, 2), ""); break;
+            case 5:
+                add("Decke: ",
+                    "(" + number(3, 9) + "-" + number(0, 1) + ")*(" + number(3, 6) + "+" +
+                        number(0, 1) + ")/2",
+                    "");
+                break;
+            case 6:
+                add("Sockel: ", "2*(" + number(3, 9) + "+" + number(3, 6) + ")-" + number(0, 2),
+                    "");
+                break;
             case 7: r.text += "# Raum " + std::to_string(i / 8 + 1) + "\n"; break;
             }
         }

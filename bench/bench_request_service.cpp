@@ -33,7 +33,8 @@ uint16_t service_port() {
     static const uint16_t port = [] {
         koInitIP();
         for (uint16_t p = 40900; p < 42000; p += 10)
-            if (koServerCreate(p, KO_SERVER_SOCKETS | KO_SERVER_PIPES, echo_handler, nullptr)) return p;
+            if (koServerCreate(p, KO_SERVER_SOCKETS | KO_SERVER_PIPES, echo_handler, nullptr))
+                return p;
         return uint16_t(0);
     }();
     return port;
@@ -64,7 +65,8 @@ double service_seconds(uint16_t transport, int links, int trips) {
         void *c = nullptr;
         // A busy pipe or a full backlog refuses at once: try again.
         for (int tries = 0; !c && tries < 2000; ++tries) {
-            c = koClientCreate(service_port(), transport, transport == KO_CLIENT_SOCKET ? "#127.0.0.1" : ".");
+            c = koClientCreate(service_port(), transport,
+                               transport == KO_CLIENT_SOCKET ? "#127.0.0.1" : ".");
             if (!c) std::this_thread::sleep_for(std::chrono::milliseconds(2));
         }
         if (!c) break;
@@ -76,7 +78,8 @@ double service_seconds(uint16_t transport, int links, int trips) {
             char data[kPayload], reply[kPayload];
             std::memset(data, 'a' + i, sizeof data);
             uint16_t length = 0;
-            return koClientRequest(clients[size_t(i)], kEcho, data, kPayload, reply, kPayload, &length) == 1 &&
+            return koClientRequest(clients[size_t(i)], kEcho, data, kPayload, reply, kPayload,
+                                   &length) == 1 &&
                    length == kPayload;
         });
     }
@@ -112,7 +115,8 @@ bool plain_pair(bool tcp, int *client, int *server) {
     a.sin_family = AF_INET;
     a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t len = sizeof a;
-    if (bind(listener, reinterpret_cast<sockaddr *>(&a), sizeof a) != 0 || listen(listener, 1) != 0 ||
+    if (bind(listener, reinterpret_cast<sockaddr *>(&a), sizeof a) != 0 ||
+        listen(listener, 1) != 0 ||
         getsockname(listener, reinterpret_cast<sockaddr *>(&a), &len) != 0) {
         close(listener);
         return false;
@@ -135,8 +139,7 @@ double plain_seconds(bool tcp, int links, int trips) {
     for (int fd : servers) {
         echoes.emplace_back([fd] {
             char buf[kPayload];
-            while (exact(recv_io, fd, buf, kPayload) && exact(send_io, fd, buf, kPayload)) {
-            }
+            while (exact(recv_io, fd, buf, kPayload) && exact(send_io, fd, buf, kPayload)) {}
         });
     }
     const double s = run_at_once(links, trips, [&](int i) {

@@ -14,10 +14,36 @@ namespace {
 constexpr size_t kDocumentBytes = 10u << 20;
 
 const char *const kWords[] = {
-    "Angebot", "f\\'fcr", "die", "Lieferung", "und", "Montage", "der", "Fenster", "im", "Erdgeschoss",
-    "gem\\'e4\\'df", "Leistungsverzeichnis", "Stra\\'dfe", "Aufma\\'df", "nach", "\\'d6ffnungsma\\'dfen",
-    "Kunststoff", "wei\\'df", "Dreifachverglasung", "einschlie\\'dflich", "Abdichtung", "B\\'f6den",
-    "T\\'fcren", "\\'c4nderungen", "vorbehalten", "zzgl.", "MwSt.", "Stunden", "Material", "Gesellen",
+    "Angebot",
+    "f\\'fcr",
+    "die",
+    "Lieferung",
+    "und",
+    "Montage",
+    "der",
+    "Fenster",
+    "im",
+    "Erdgeschoss",
+    "gem\\'e4\\'df",
+    "Leistungsverzeichnis",
+    "Stra\\'dfe",
+    "Aufma\\'df",
+    "nach",
+    "\\'d6ffnungsma\\'dfen",
+    "Kunststoff",
+    "wei\\'df",
+    "Dreifachverglasung",
+    "einschlie\\'dflich",
+    "Abdichtung",
+    "B\\'f6den",
+    "T\\'fcren",
+    "\\'c4nderungen",
+    "vorbehalten",
+    "zzgl.",
+    "MwSt.",
+    "Stunden",
+    "Material",
+    "Gesellen",
 };
 
 std::string header() {
@@ -39,10 +65,27 @@ void paragraph(std::string &doc, std::mt19937 &random) {
     for (int w = 0; w < words; ++w) {
         const char *word = kWords[random() % (sizeof kWords / sizeof *kWords)];
         switch (random() % 16) {
-        case 0: doc += "{\\b "; doc += word; doc += "}"; break;
-        case 1: doc += "{\\i\\cf2 "; doc += word; doc += "{\\ul  "; doc += word; doc += "}}"; break;
-        case 2: doc += "\\tab "; doc += word; break;
-        case 3: doc += "\\ldblquote "; doc += word; doc += "\\rdblquote "; break;
+        case 0:
+            doc += "{\\b ";
+            doc += word;
+            doc += "}";
+            break;
+        case 1:
+            doc += "{\\i\\cf2 ";
+            doc += word;
+            doc += "{\\ul  ";
+            doc += word;
+            doc += "}}";
+            break;
+        case 2:
+            doc += "\\tab ";
+            doc += word;
+            break;
+        case 3:
+            doc += "\\ldblquote ";
+            doc += word;
+            doc += "\\rdblquote ";
+            break;
         default: doc += word;
         }
         doc += ' ';
@@ -52,7 +95,8 @@ void paragraph(std::string &doc, std::mt19937 &random) {
     if (random() % 40 == 0) {
         std::string picture(512 + random() % 2048, '\0');
         for (auto &b : picture) b = char(1 + random() % 255);  // binary, but without a NUL
-        doc += "{\\*\\shppict{\\pict\\pngblip\\picw320\\pich200\\bin" + std::to_string(picture.size()) + " ";
+        doc += "{\\*\\shppict{\\pict\\pngblip\\picw320\\pich200\\bin" +
+               std::to_string(picture.size()) + " ";
         doc += picture;
         doc += "}}\\par\r\n";
     }
@@ -80,10 +124,12 @@ void BM_Rtf2Ansi(benchmark::State &state) {
         textBytes = std::strlen(buffer.c_str());
         benchmark::DoNotOptimize(buffer.data());
     }
-    if (buffer.find("RTF-Error(") != std::string::npos) state.SkipWithError("the document did not convert");
+    if (buffer.find("RTF-Error(") != std::string::npos)
+        state.SkipWithError("the document did not convert");
     state.SetBytesProcessed(int64_t(doc.size()) * int64_t(state.iterations()));
-    state.counters["MB/s"] = benchmark::Counter(double(doc.size()) / 1e6 * double(state.iterations()),
-                                                benchmark::Counter::kIsRate);
+    state.counters["MB/s"] =
+        benchmark::Counter(double(doc.size()) / 1e6 * double(state.iterations()),
+                           benchmark::Counter::kIsRate);
     state.counters["text_ratio"] = double(textBytes) / double(doc.size());
 }
 BENCHMARK(BM_Rtf2Ansi)->Unit(benchmark::kMillisecond)->UseRealTime();

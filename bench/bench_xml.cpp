@@ -69,17 +69,34 @@ std::string bench_file(const char *name) {
 
 // German construction texts in UTF-8: words of a long text, and short item titles.
 const char *const kWords[] = {
-    "Mauerwerk", "aus", "Kalksandstein", "KS", "L-R", "12-1,4", "DF", "herstellen,",
-    "einschließlich", "Mörtel", "MG", "IIa,", "Wanddicke", "17,5", "cm,", "Höhe", "bis", "3,00",
-    "m.", "Oberfläche", "für", "Putz", "geeignet.", "Stoß-", "und", "Lagerfugen", "vollfugig",
-    "vermörteln.", "Abrechnung", "nach", "VOB/C", "DIN", "18330.", "Öffnungen", "über", "2,5",
-    "m²", "werden", "übermessen.", "Gerüst", "wird", "gesondert", "vergütet.", "Baustoffe",
-    "liefern", "&", "einbauen", "<", "Nachweis", ">", "\"Prüfzeugnis\"",
+    "Mauerwerk",   "aus",         "Kalksandstein",
+    "KS",          "L-R",         "12-1,4",
+    "DF",          "herstellen,", "einschließlich",
+    "Mörtel",      "MG",          "IIa,",
+    "Wanddicke",   "17,5",        "cm,",
+    "Höhe",        "bis",         "3,00",
+    "m.",          "Oberfläche",  "für",
+    "Putz",        "geeignet.",   "Stoß-",
+    "und",         "Lagerfugen",  "vollfugig",
+    "vermörteln.", "Abrechnung",  "nach",
+    "VOB/C",       "DIN",         "18330.",
+    "Öffnungen",   "über",        "2,5",
+    "m²",          "werden",      "übermessen.",
+    "Gerüst",      "wird",        "gesondert",
+    "vergütet.",   "Baustoffe",   "liefern",
+    "&",           "einbauen",    "<",
+    "Nachweis",    ">",           "\"Prüfzeugnis\"",
 };
 const char *const kTitles[] = {
-    "Baustelle einrichten", "Oberboden abtragen und lagern", "Baugrube ausheben, Bodenklasse 3-5",
-    "Streifenfundament C25/30", "Mauerwerk KS 17,5 cm", "Stahlbetondecke d=20 cm",
-    "Innenputz Kalkzement, zweilagig", "Fliesen 30x60 cm verlegen", "Estrich CT-C25-F4, 50 mm",
+    "Baustelle einrichten",
+    "Oberboden abtragen und lagern",
+    "Baugrube ausheben, Bodenklasse 3-5",
+    "Streifenfundament C25/30",
+    "Mauerwerk KS 17,5 cm",
+    "Stahlbetondecke d=20 cm",
+    "Innenputz Kalkzement, zweilagig",
+    "Fliesen 30x60 cm verlegen",
+    "Estrich CT-C25-F4, 50 mm",
     "Wärmedämmung Fassade WLG 035, 140 mm",
 };
 const char *const kUnits[] = {"m", "m2", "m3", "St", "psch", "kg", "t", "h"};
@@ -95,10 +112,12 @@ public:
              "    <ProgSystem>tarn bench</ProgSystem>\n  </GAEBInfo>\n"
              "  <Award>\n    <BoQ ID=\"BoQ1\">\n      <BoQBody>\n";
         for (int ctgy = 1; d.size() < kDocumentBytes; ++ctgy) {
-            d += "        <BoQCtgy ID=\"C" + std::to_string(ctgy) + "\" RNoPart=\"" + two(ctgy) + "\">\n";
+            d += "        <BoQCtgy ID=\"C" + std::to_string(ctgy) + "\" RNoPart=\"" + two(ctgy) +
+                 "\">\n";
             d += "          <LblTx>" + std::string(kTitles[ctgy % 10]) + "</LblTx>\n";
             d += "          <BoQBody>\n            <Itemlist>\n";
-            for (int item = 1; item <= 40 && d.size() < kDocumentBytes; ++item) append_item(d, ctgy, item);
+            for (int item = 1; item <= 40 && d.size() < kDocumentBytes; ++item)
+                append_item(d, ctgy, item);
             d += "            </Itemlist>\n          </BoQBody>\n        </BoQCtgy>\n";
         }
         d += "      </BoQBody>\n    </BoQ>\n  </Award>\n</GAEB>\n";
@@ -106,13 +125,16 @@ public:
     }
 
 private:
-    static std::string two(int n) { return std::string(n < 10 ? "0" : "") + std::to_string(n % 100); }
+    static std::string two(int n) {
+        return std::string(n < 10 ? "0" : "") + std::to_string(n % 100);
+    }
 
     std::string text(int minWords, int maxWords) {
         std::string t;
         const int n = std::uniform_int_distribution<int>(minWords, maxWords)(rng_);
         for (int i = 0; i < n; ++i) {
-            const char *w = kWords[std::uniform_int_distribution<size_t>(0, std::size(kWords) - 1)(rng_)];
+            const char *w =
+                kWords[std::uniform_int_distribution<size_t>(0, std::size(kWords) - 1)(rng_)];
             if (i) t += ' ';
             for (const char *p = w; *p; ++p) {
                 if (*p == '&') t += "&amp;";
@@ -127,7 +149,9 @@ private:
 
     std::string number(int max, int decimals) {
         std::string n = std::to_string(std::uniform_int_distribution<int>(1, max)(rng_));
-        if (decimals) n += "." + std::to_string(std::uniform_int_distribution<int>(100, 999)(rng_)).substr(0, decimals);
+        if (decimals)
+            n += "." + std::to_string(std::uniform_int_distribution<int>(100, 999)(rng_))
+                           .substr(0, decimals);
         return n;
     }
 
@@ -142,11 +166,13 @@ private:
         const int paragraphs = std::uniform_int_distribution<int>(1, 3)(rng_);
         for (int p = 0; p < paragraphs; ++p)
             d += "                        <p>" + text(20, 110) + "</p>\n";
-        d += "                      </Text>\n                    </DetailTxt>\n"
-             "                    <OutlineText>\n                      <OutlTxt>\n"
-             "                        <TextOutlTxt>" + std::string(kTitles[(ctgy + item) % 10]) +
-             "</TextOutlTxt>\n                      </OutlTxt>\n                    </OutlineText>\n"
-             "                  </CompleteText>\n                </Description>\n";
+        d +=
+            "                      </Text>\n                    </DetailTxt>\n"
+            "                    <OutlineText>\n                      <OutlTxt>\n"
+            "                        <TextOutlTxt>" +
+            std::string(kTitles[(ctgy + item) % 10]) +
+            "</TextOutlTxt>\n                      </OutlTxt>\n                    </OutlineText>\n"
+            "                  </CompleteText>\n                </Description>\n";
         d += "                <UP>" + number(900, 2) + "</UP>\n";
         d += "                <IT>" + number(90000, 2) + "</IT>\n";
         d += "              </Item>\n";

@@ -30,8 +30,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         for (int32_t room : {1, 7}) {
             for (BOOL terminate : {0, 1}) {
                 std::unique_ptr<char[]> buffer(new char[static_cast<size_t>(room)]);
-                if (koMultilineCopyLine(text.get(), line, buffer.get(), room, terminate) != exists) std::abort();
-                if (exists && terminate && std::memchr(buffer.get(), '\0', static_cast<size_t>(room)) == nullptr)
+                if (koMultilineCopyLine(text.get(), line, buffer.get(), room, terminate) != exists)
+                    std::abort();
+                if (exists && terminate &&
+                    std::memchr(buffer.get(), '\0', static_cast<size_t>(room)) == nullptr)
                     std::abort();
             }
         }

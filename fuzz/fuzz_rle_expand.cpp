@@ -36,7 +36,8 @@ void check(bool ok) {
 }
 
 // koMemoExpand into exactly `cap` bytes: the result and the stored bytes must be the callback's.
-void expand_into(const uint8_t *data, size_t size, uint32_t cap, const Stream &reference, int32_t referenceResult) {
+void expand_into(const uint8_t *data, size_t size, uint32_t cap, const Stream &reference,
+                 int32_t referenceResult) {
     std::unique_ptr<uint8_t[]> dst(new uint8_t[cap]);
     std::memset(dst.get(), 0xA5, cap);
     const uint32_t result = koMemoExpand(data, uint32_t(size), dst.get(), cap);
@@ -61,8 +62,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size < 6) return 0;
     // Magic, a table size of at most 29 and a length the first byte keeps below 64 KiB or
     // 16 MiB or not; the rest of the input gives table and codes.
-    std::vector<uint8_t> stream = {0x49, 0x26, uint8_t(data[0] % 30), 0, data[1], data[2],
-                                   uint8_t(data[0] & 0x40 ? data[3] : 0), uint8_t(data[0] & 0x80 ? data[4] : 0)};
+    std::vector<uint8_t> stream = {0x49,
+                                   0x26,
+                                   uint8_t(data[0] % 30),
+                                   0,
+                                   data[1],
+                                   data[2],
+                                   uint8_t(data[0] & 0x40 ? data[3] : 0),
+                                   uint8_t(data[0] & 0x80 ? data[4] : 0)};
     while (stream.size() < 1200) stream.insert(stream.end(), data + 5, data + size);
     std::unique_ptr<uint8_t[]> exact(new uint8_t[stream.size()]);
     std::memcpy(exact.get(), stream.data(), stream.size());

@@ -41,11 +41,13 @@ std::vector<uint8_t> shape(const uint8_t *data, size_t size) {
     std::vector<uint8_t> out;
     if (mode == 0) return std::vector<uint8_t>(data + 1, data + size);
     if (mode == 1) {
-        for (size_t i = 1; i + 1 < size && out.size() < 65536; i += 2) out.insert(out.end(), size_t(data[i + 1]) + 1, data[i]);
+        for (size_t i = 1; i + 1 < size && out.size() < 65536; i += 2)
+            out.insert(out.end(), size_t(data[i + 1]) + 1, data[i]);
         return out;
     }
     for (int copy = 0; copy < 16 && size > 1; ++copy)
-        for (size_t i = 1; i < size; ++i) out.push_back(mode == 2 ? data[i] : uint8_t('a' + (data[i] + copy) % 14));
+        for (size_t i = 1; i < size; ++i)
+            out.push_back(mode == 2 ? data[i] : uint8_t('a' + (data[i] + copy) % 14));
     return out;
 }
 

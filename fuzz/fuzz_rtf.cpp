@@ -35,7 +35,8 @@ void convert_in_place(const char *prefix, const uint8_t *data, size_t size) {
     check(blocks == blocks0 && bytes == bytes0);
 
     check(std::strlen(buffer.get()) <= length);
-    check(std::memcmp(buffer.get() + length + 1, original.get() + length + 1, total - length - 1) == 0);
+    check(std::memcmp(buffer.get() + length + 1, original.get() + length + 1, total - length - 1) ==
+          0);
     if (!rtf) check(std::memcmp(buffer.get(), original.get(), total) == 0);
 }
 

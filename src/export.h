@@ -2,4 +2,3 @@
 // and TARN_CALL the definitions repeat.
 #pragma once
 #include "tarngdi32.h"
-

@@ -39,8 +39,7 @@ private:
 };
 
 // Windows error numbers the tests arm most.
-constexpr int32_t kAccessDenied = 5, kDiskFull = 112, kNotEnoughMemory = 8,
-                  kConnectionReset = 10054;
+constexpr int32_t kAccessDenied = 5, kDiskFull = 112, kNotEnoughMemory = 8, kConnectionReset = 10054;
 
 // ---- locale ----
 

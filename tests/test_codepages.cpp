@@ -32,10 +32,19 @@ std::string one_byte(int b) { return std::string(1, static_cast<char>(b)); }
 // Fixed mode (page 0) keeps byte values; with code pages the ANSI page converts, and a page that
 // refuses the composition flags every conversion passes (UTF-7) gives an empty text and still 1.
 TEST(CodePages, WideConversionsInBothModesKeepTheirBuffers) {
-    const struct { uint32_t cp; const char *src; int32_t srcLen, dstSize; WideText expected; int32_t result; } widen[] = {
+    const struct {
+        uint32_t cp;
+        const char *src;
+        int32_t srcLen, dstSize;
+        WideText expected;
+        int32_t result;
+    } widen[] = {
         {0, "\x80\xFF", 2, 8, {0x0080, 0x00FF}, 1},  // no sign extension, no euro sign
-        {0, "abcdef", 6, 4, TARN_W("abc"), 1}, {0, "abcdef", 2, 8, TARN_W("ab"), 1}, {0, "abc", 3, 1, TARN_W(""), 0},
-        {1252, "\x80\x9F\xE4", 3, 8, {0x20AC, 0x0178, 0x00E4}, 1}, {65000, "abc", 3, 8, TARN_W(""), 1},
+        {0, "abcdef", 6, 4, TARN_W("abc"), 1},
+        {0, "abcdef", 2, 8, TARN_W("ab"), 1},
+        {0, "abc", 3, 1, TARN_W(""), 0},
+        {1252, "\x80\x9F\xE4", 3, 8, {0x20AC, 0x0178, 0x00E4}, 1},
+        {65000, "abc", 3, 8, TARN_W(""), 1},
     };
     for (const auto &c : widen) {
         CodePageScope scope(c.cp != 0, c.cp);
@@ -47,11 +56,17 @@ TEST(CodePages, WideConversionsInBothModesKeepTheirBuffers) {
         EXPECT_EQ(dst[c.expected.size() + 1], TARN_WCHAR(0x7777)) << "wrote past the end: " << c.src;
     }
     // Code-page mode joins a letter and a following combining mark before encoding.
-    const struct { uint32_t cp; WideText src; int32_t dstSize; const char *expected; int32_t result; } narrow[] = {
+    const struct {
+        uint32_t cp;
+        WideText src;
+        int32_t dstSize;
+        const char *expected;
+        int32_t result;
+    } narrow[] = {
         {0, {0x20AC, 0x0141}, 8, "\xAC\x41", 1},  // the low byte: no euro sign 0x80
-        {0, TARN_W("abcd"), 3, "ab", 1},         {0, TARN_W("abcd"), 1, "", 0},    {0, {'a', 0x0308}, 4, "a\x08", 1},
+        {0, TARN_W("abcd"), 3, "ab", 1},         {0, TARN_W("abcd"), 1, "", 0},       {0, {'a', 0x0308}, 4, "a\x08", 1},
         {1252, {0x20AC, 0x4E00}, 8, "\x80?", 1}, {1252, {'Y', 0x0308}, 8, "\x9F", 1},  // not Latin-1, but in the page
-        {850, {'A', 0x030A}, 8, "\x8F", 1},      {1251, {'x', 0x0308}, 8, "x?", 1},  // nothing to compose with
+        {850, {'A', 0x030A}, 8, "\x8F", 1},      {1251, {'x', 0x0308}, 8, "x?", 1},    // nothing to compose with
         {65000, TARN_W("abc"), 8, "", 1},
     };
     for (const auto &c : narrow) {
@@ -69,13 +84,22 @@ TEST(CodePages, WideConversionsInBothModesKeepTheirBuffers) {
 // 'Ç', which lands on the OEM code kept for the euro.
 TEST(CodePages, AnsiAndOemTablesAndWhereTheyRoundTrip) {
     CodePageScope scope(false);
-    const struct { bool toOem; std::string in, out; } cases[] = {
-        {true, "M\xFCller", "M\x81ller"}, {false, "M\x81ller", "M\xFCller"}, {true, "\x93x\x94", "\"x\""},
-        {false, "\x80", "\x80"},  {true, "\xC7", "\x80"},
+    const struct {
+        bool toOem;
+        std::string in, out;
+    } cases[] = {
+        {true, "M\xFCller", "M\x81ller"},
+        {false, "M\x81ller", "M\xFCller"},
+        {true, "\x93x\x94", "\"x\""},
+        {false, "\x80", "\x80"},
+        {true, "\xC7", "\x80"},
         {true, "\xE4\xF6\xFC\xC4\xD6\xDC\xDF", "\x84\x94\x81\x8E\x99\x9A\xE1"},
-        {true, "\x95\x96\x97\x8A\x9F\x81", "\x07--SY_"}, {true, "\xA7\xE9\xA0\xB5\xFF\xA4", "\xF5\x82\xFF\xE6\x98\xCF"},
-        {false, "\xB3\xC4\xDA\xDB\xDC\xDF", "\xA6-+\xA6_\xAF"}, {false, "\x0F\x14\x15\xD5\xF2\xFE", "\xA4\xB6\xA7i=\xA6"},
-        {false, "\x9F\xE1\xEE", "\x83\xDF\xAF"}, {true, "", ""},
+        {true, "\x95\x96\x97\x8A\x9F\x81", "\x07--SY_"},
+        {true, "\xA7\xE9\xA0\xB5\xFF\xA4", "\xF5\x82\xFF\xE6\x98\xCF"},
+        {false, "\xB3\xC4\xDA\xDB\xDC\xDF", "\xA6-+\xA6_\xAF"},
+        {false, "\x0F\x14\x15\xD5\xF2\xFE", "\xA4\xB6\xA7i=\xA6"},
+        {false, "\x9F\xE1\xEE", "\x83\xDF\xAF"},
+        {true, "", ""},
     };
     for (const auto &c : cases) EXPECT_EQ(c.toOem ? ansi_to_oem(c.in) : oem_to_ansi(c.in), c.out) << c.in;
     for (int b = 1; b < 256; ++b) {
@@ -110,11 +134,15 @@ TEST(CodePages, SettersRefuseUnknownPagesAndFallBack) {
 TEST(CodePages, UpperCaseForComparisonsAndOfTheOemPage) {
     const uint32_t was = koSetACP(2), system = koGetACP();  // the system's upper case is expected as in 1252
     const bool page1252 = (koSetACP(was), system == 1252);
-    const struct { int mode; int32_t in, out; } cases[] = {  // mode 0 fixed, 1 code pages, 850 / 437 OEM
-        {0, 'z', 'Z'}, {0, '{', '{'},  {0, 0x84, 'A'}, {0, 0xE1, 'S'}, {0, -28, 'A'}, {0, 0xE4, 0xE4}, {0, 0x82, 0x82},
-        {0, -124, -124},  // OEM ä sign-extended is not recognised
-        {1, 'a', 'A'}, {1, 0xE4, 0xC4}, {1, 0xFF, 0x9F}, {1, 0x9A, 0x8A}, {1, 0xDF, 0xDF}, {1, -28, -60},
-        {1, 0x81, 0x81},  // no OEM folding with code pages
+    const struct {
+        int mode;
+        int32_t in, out;
+    } cases[] = {
+        // mode 0 fixed, 1 code pages, 850 / 437 OEM
+        {0, 'z', 'Z'},     {0, '{', '{'},     {0, 0x84, 'A'},  {0, 0xE1, 'S'},    {0, -28, 'A'},
+        {0, 0xE4, 0xE4},   {0, 0x82, 0x82},   {0, -124, -124},  // OEM ä sign-extended is not recognised
+        {1, 'a', 'A'},     {1, 0xE4, 0xC4},   {1, 0xFF, 0x9F}, {1, 0x9A, 0x8A},   {1, 0xDF, 0xDF},
+        {1, -28, -60},     {1, 0x81, 0x81},  // no OEM folding with code pages
         {850, 0x81, 0x9A}, {850, 0xE1, 0xE1}, {850, -28, -60}, {437, 0x82, 0x90},
     };
     for (const auto &c : cases) {
@@ -128,9 +156,17 @@ TEST(CodePages, UpperCaseForComparisonsAndOfTheOemPage) {
 
 // Runs of the table end and start (1200 after 2404), unknown codes say so; one static buffer.
 TEST(WinErrorText, NamesFromTheTable) {
-    const struct { int32_t code; const char *text; } cases[] = {
-        {0, "SUCCESS"}, {1, "[1] INVALID_FUNCTION"}, {2404, "[2404] DEVICE_IN_USE"}, {1200, "[1200] BAD_DEVICE"},
-        {6008, "[6008] NOT_EXPORT_FORMAT"}, {99999, "[99999] (unknown error code)"}, {-5, "[-5] (unknown error code)"},
+    const struct {
+        int32_t code;
+        const char *text;
+    } cases[] = {
+        {0, "SUCCESS"},
+        {1, "[1] INVALID_FUNCTION"},
+        {2404, "[2404] DEVICE_IN_USE"},
+        {1200, "[1200] BAD_DEVICE"},
+        {6008, "[6008] NOT_EXPORT_FORMAT"},
+        {99999, "[99999] (unknown error code)"},
+        {-5, "[-5] (unknown error code)"},
     };
     for (const auto &c : cases) EXPECT_STREQ(koGetWinErrorText(c.code), c.text);
     EXPECT_EQ(koGetWinErrorText(2), koGetWinErrorText(3));

@@ -85,13 +85,16 @@ Bytes sample(size_t n) {
 
 // An empty input writes the header and still fails.
 TEST(Compression, KnownInputsGiveExactlyTheseBytes) {
-    const struct { Bytes in; const char *out; } cases[] = {
+    const struct {
+        Bytes in;
+        const char *out;
+    } cases[] = {
         {"", "49 26 00 00 00 00 00 00"},
         {"AAAB", "49 26 02 00 04 00 00 00 41 42 F0 11"},
-        {"AA", "49 26 01 00 02 00 00 00 41 00"},            // the single repeat costs one nibble
-        {"BA", "49 26 02 00 02 00 00 00 41 42 01"},         // equal counts: ascending values
+        {"AA", "49 26 01 00 02 00 00 00 41 00"},                     // the single repeat costs one nibble
+        {"BA", "49 26 02 00 02 00 00 00 41 42 01"},                  // equal counts: ascending values
         {Bytes(41, 'A'), "49 26 01 00 29 00 00 00 41 F0 FF FF 07"},  // runs 16, 16, 8
-        {"abcdefghijklmabcdefghijklmabcdefghijklmzz",     // a rank of 13 repeats as 15/0
+        {"abcdefghijklmabcdefghijklmabcdefghijklmzz",                // a rank of 13 repeats as 15/0
          "49 26 0E 00 29 00 00 00 61 62 63 64 65 66 67 68 69 6A 6B 6C 6D 7A "
          "10 32 54 76 98 BA 0C 21 43 65 87 A9 CB 10 32 54 76 98 BA DC F0 00"},
     };
@@ -129,10 +132,16 @@ TEST(Compression, RoundTripsWithMemoAndCallbackPathsAgreeing) {
         for (size_t k = i % 4; k > 0 && bad.size() > 8; --k) bad[8 + rng() % (bad.size() - 8)] = char(rng());
         const Stream b = run(koExRleExpand, bad);
         const uint32_t n = uint32_t(data.size()), packed = uint32_t(c.out.size());
-        const struct { MemoFn fn; const Bytes &in; const Stream &engine; uint32_t cap; } calls[] = {
+        const struct {
+            MemoFn fn;
+            const Bytes &in;
+            const Stream &engine;
+            uint32_t cap;
+        } calls[] = {
             {koMemoCompress, data, c, packed}, {koMemoCompress, data, c, packed / 2},
-            {koMemoExpand, c.out, e, n}, {koMemoExpand, c.out, e, n / 2}, {koMemoExpand, bad, b, 0},
-            {koMemoExpand, bad, b, n / 2}, {koMemoExpand, bad, b, n + 100},
+            {koMemoExpand, c.out, e, n},       {koMemoExpand, c.out, e, n / 2},
+            {koMemoExpand, bad, b, 0},         {koMemoExpand, bad, b, n / 2},
+            {koMemoExpand, bad, b, n + 100},
         };
         for (const auto &call : calls) {
             uint32_t got;
@@ -149,16 +158,21 @@ TEST(Compression, RoundTripsWithMemoAndCallbackPathsAgreeing) {
 TEST(Compression, ExpandHeadersAndHandMadeStreams) {
     Bytes table29;
     for (int i = 0; i < 29; ++i) table29 += char('a' + i);
-    const struct { Bytes stream; int32_t result; int reads; Bytes out; } cases[] = {
-        {hex("49 26 1E 00 01 00 00 00"), 0, 4, ""},     // table size 30: length never read
-        {hex("49 26 00 01 01 00 00 00"), 0, 4, ""},     // 256, not a negative number
-        {hex("49 27 00 00 00 00 00 00"), 0, 4, ""},     // wrong magic
+    const struct {
+        Bytes stream;
+        int32_t result;
+        int reads;
+        Bytes out;
+    } cases[] = {
+        {hex("49 26 1E 00 01 00 00 00"), 0, 4, ""},  // table size 30: length never read
+        {hex("49 26 00 01 01 00 00 00"), 0, 4, ""},  // 256, not a negative number
+        {hex("49 27 00 00 00 00 00 00"), 0, 4, ""},  // wrong magic
         {hex("49 26 00"), 0, 3, ""},
-        {hex("49 26 1D 00 01 00 00 00") + table29 + hex("0C"), 7, 38, ""},  // 29 is allowed
-        {hex("49 26 00 00 00 00 00 00 FF FF"), 7, 8, ""},  // nothing to expand: codes never read
+        {hex("49 26 1D 00 01 00 00 00") + table29 + hex("0C"), 7, 38, ""},   // 29 is allowed
+        {hex("49 26 00 00 00 00 00 00 FF FF"), 7, 8, ""},                    // nothing to expand: codes never read
         {hex("49 26 01 00 03 00 00 00 41 0F 05"), 7, 0, Bytes("\0\0A", 3)},  // early run, entry 5 of 1: zeros
-        {hex("49 26 01 00 03 00 00 00 41 F0 0F"), 7, 0, "AAA"},  // a run of 16 stops at the length
-        {hex("49 26 00 00 01 00 00 00 9E 0E"), 7, 0, "\xE9"},    // an escape across two bytes
+        {hex("49 26 01 00 03 00 00 00 41 F0 0F"), 7, 0, "AAA"},              // a run of 16 stops at the length
+        {hex("49 26 00 00 01 00 00 00 9E 0E"), 7, 0, "\xE9"},                // an escape across two bytes
     };
     for (const auto &c : cases) {
         const Stream s = run(koExRleExpand, c.stream);

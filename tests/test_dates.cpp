@@ -37,18 +37,28 @@ TEST_F(TypedDates, DayNumbersFollowTheCalendarWithOneHoleIn2100) {
         if (n == 73050) continue;
         ASSERT_EQ(Tagzahl(d, m, y), n) << d << "." << m << "." << y;
         ASSERT_EQ(TagVonTagzahl(n) * 1000000 + MonatVonTagzahl(n) * 10000 + JahrVonTagzahl(n),
-                  d * 1000000 + m * 10000 + y) << n;
+                  d * 1000000 + m * 10000 + y)
+            << n;
         ASSERT_TRUE(y > 2100 || TagzahlFromString(TagzahlToString(text, n)) == n) << text;
         const bool leapDay = m == 2 && y % 4 == 0 && y != 1900 && y != 2100;
         if (++d > lengths[m - 1] + (leapDay ? 1 : 0)) d = 1, y += m / 12, m = m % 12 + 1;
     }
-    const struct { int32_t n; const char *text; } texts[] = {
+    const struct {
+        int32_t n;
+        const char *text;
+    } texts[] = {
         {73050, "00.01.2100"}, {99999, "13.10.2173"}, {0, "00.00.0000"}, {100000, "00.00.0000"}, {-1, "00.00.0000"},
     };
     for (const auto &t : texts) EXPECT_STREQ(TagzahlToString(text, t.n), t.text) << t.n;
     EXPECT_EQ(TagImJahr(73050), 0);
-    const struct { const char *text; int32_t n; } reads[] = {
-        {"00.01.2100", 73051}, {"01.01.2101", Tagzahl(1, 1, 2024)} /* the work year */, {"h", Tagzahl(15, 3, 2024)}, {"", 0},
+    const struct {
+        const char *text;
+        int32_t n;
+    } reads[] = {
+        {"00.01.2100", 73051},
+        {"01.01.2101", Tagzahl(1, 1, 2024)} /* the work year */,
+        {"h", Tagzahl(15, 3, 2024)},
+        {"", 0},
     };
     for (const auto &r : reads) EXPECT_EQ(TagzahlFromString(r.text), r.n) << r.text;
 }
@@ -64,14 +74,17 @@ TEST(DayNumbers, WeekdaysRollOverAndExtremes) {
     for (int32_t n : {INT32_MIN, -1, INT32_MAX}) {
         const int32_t weekday = WochenTagVonTagzahl(n), week = WocheVonTagzahl(n);
         EXPECT_TRUE(weekday >= 0 && weekday <= 6 && week >= 1 && week <= 53 && MonatVonTagzahl(n) <= 13 &&
-                    std::abs(TagVonTagzahl(n)) < 367) << n;
+                    std::abs(TagVonTagzahl(n)) < 367)
+            << n;
     }
 }
 
 // Days before the first Monday of a year starting Friday to Sunday are week 53, and late
 // December is never week 1: both differ from ISO 8601 on purpose.
 TEST(WeekNumbers, SimplifiedRuleWithAFixedWeek53) {
-    const struct { int32_t d, m, y, week; } cases[] = {
+    const struct {
+        int32_t d, m, y, week;
+    } cases[] = {
         {1, 1, 2021, 53}, {4, 1, 2021, 1}, {31, 12, 2024, 53}, {30, 12, 2019, 53},
         {2, 1, 2022, 53}, {3, 1, 2022, 1}, {8, 1, 2024, 2},    {6, 1, 2025, 2},
     };
@@ -80,18 +93,37 @@ TEST(WeekNumbers, SimplifiedRuleWithAFixedWeek53) {
 
 TEST(DateNumbers, FixedColumnTextIsRepairedAndWrittenInItsBuffer) {
     const auto s = ld_FromString, ex = ld_FromStringEx;
-    const struct { decltype(&ld_FromString) fn; const char *text; int32_t date; } reads[] = {
-        {s, "31.04.24", 20240430},  {s, "29.02.00", 20000228},   {s, "01.01.69", 20690101},
-        {s, "01.01.70", 19700101},  {s, "00.13.99", 19991201},   {s, "01.01.-3000", 0},
+    const struct {
+        decltype(&ld_FromString) fn;
+        const char *text;
+        int32_t date;
+    } reads[] = {
+        {s, "31.04.24", 20240430},
+        {s, "29.02.00", 20000228},
+        {s, "01.01.69", 20690101},
+        {s, "01.01.70", 19700101},
+        {s, "00.13.99", 19991201},
+        {s, "01.01.-3000", 0},
         {s, "01.01.000000000001999", 20190101},  // 19 characters are read
-        {ex, "01.01.99", 0},        {ex, "29.02.1900", 19000229}, {ex, "15.03.12345", 123450315},
-        {ld_FromOdbc, "2024-03-15 00:00:00", 20240315},          {ld_FromOdbc, "2024", 20240000},
+        {ex, "01.01.99", 0},
+        {ex, "29.02.1900", 19000229},
+        {ex, "15.03.12345", 123450315},
+        {ld_FromOdbc, "2024-03-15 00:00:00", 20240315},
+        {ld_FromOdbc, "2024", 20240000},
     };
     for (const auto &c : reads) EXPECT_EQ(c.fn(c.text), c.date) << c.text;
     const auto t = ld_ToString, tex = ld_ToStringEx, odbc = ld_ToOdbc;
-    const struct { decltype(&ld_ToString) fn; int32_t date; const char *text; } writes[] = {
-        {t, 20240315, "15.03.24"},  {t, INT32_MAX, "47.36.48"},  {tex, -20240315, "00.00.0000"},
-        {tex, 100000000, "00.00.0000"}, {odbc, INT32_MIN, "0000-00-00 00:00:00"}, {odbc, 99991231, "9999-12-31 00:00:00"},
+    const struct {
+        decltype(&ld_ToString) fn;
+        int32_t date;
+        const char *text;
+    } writes[] = {
+        {t, 20240315, "15.03.24"},
+        {t, INT32_MAX, "47.36.48"},
+        {tex, -20240315, "00.00.0000"},
+        {tex, 100000000, "00.00.0000"},
+        {odbc, INT32_MIN, "0000-00-00 00:00:00"},
+        {odbc, 99991231, "9999-12-31 00:00:00"},
     };
     for (const auto &c : writes) {
         char out[32];
@@ -105,8 +137,10 @@ TEST(DateNumbers, FixedColumnTextIsRepairedAndWrittenInItsBuffer) {
 // saving, days of 23 and 25 hours (31.3. and 27.10.2024) must not move the date, in either
 // direction and across both changes at once.
 TEST(DateNumbers, AddDaysThroughTheLocalCalendar) {
-    const struct { int32_t date, days, result; } cases[] = {
-        {20240301, -1, 20240229}, {20231231, 1, 20240101}, {20240231, 0, 20240302}, {0, 5, 0},
+    const struct {
+        int32_t date, days, result;
+    } cases[] = {
+        {20240301, -1, 20240229},    {20231231, 1, 20240101},      {20240231, 0, 20240302}, {0, 5, 0},
         {20500101, 24856, 19811215}, {20240315, -24856, 20920401},
     };
     for (const auto &c : cases) EXPECT_EQ(ld_AddDays(c.date, c.days), c.result) << c.date;
@@ -117,9 +151,11 @@ TEST(DateNumbers, AddDaysThroughTheLocalCalendar) {
     // 23:30 UTC on 15.03.2024 is already the 16th in Berlin; without the zone's data the
     // runtime falls back to UTC.
     const bool haveZone = ld_FullTimeToDate(1710545400) == 20240316;
-    const struct { int32_t date, days, result; } berlin[] = {
-        {20240331, 1, 20240401}, {20240401, -1, 20240331}, {20241027, 1, 20241028}, {20241028, -1, 20241027},
-        {20240301, 245, 20241101}, {20241101, -245, 20240301},
+    const struct {
+        int32_t date, days, result;
+    } berlin[] = {
+        {20240331, 1, 20240401},  {20240401, -1, 20240331},  {20241027, 1, 20241028},
+        {20241028, -1, 20241027}, {20240301, 245, 20241101}, {20241101, -245, 20240301},
     };
     if (haveZone)
         for (const auto &c : berlin) EXPECT_EQ(ld_AddDays(c.date, c.days), c.result) << "Berlin " << c.date;
@@ -128,12 +164,17 @@ TEST(DateNumbers, AddDaysThroughTheLocalCalendar) {
 }
 
 TEST_F(TypedDates, NormaliseAgainstTheWorkDate) {
-    const struct { const char *input, *output; } cases[] = {
-        {"  H ", "15.03.2024"}, {"m", "16.03.2024"},      {"g", "14.03.2024"},      {"-7", "08.03.2024"},
-        {"+999999", "00.00.0000"}, {"", "00.00.0000"},    {"5.0", "05.03.2024"},    {"1,2,2023", "01.02.2023"},
-        {"1.1.79", "01.01.2079"}, {"1.1.80", "01.01.1980"}, {"1.1.2101", "01.01.2024"}, {"31.2.2023", "03.03.2023"},
-        {"13.13.2024", "13.12.2024"}, {"12/25", "01.12.2025"}, {"3/", "01.03.2024"},
-        {"                 5.4", "05.03.2024"},  // only 18 characters are read
+    const struct {
+        const char *input, *output;
+    } cases[] = {
+        {"  H ", "15.03.2024"},       {"m", "16.03.2024"},
+        {"g", "14.03.2024"},          {"-7", "08.03.2024"},
+        {"+999999", "00.00.0000"},    {"", "00.00.0000"},
+        {"5.0", "05.03.2024"},        {"1,2,2023", "01.02.2023"},
+        {"1.1.79", "01.01.2079"},     {"1.1.80", "01.01.1980"},
+        {"1.1.2101", "01.01.2024"},   {"31.2.2023", "03.03.2023"},
+        {"13.13.2024", "13.12.2024"}, {"12/25", "01.12.2025"},
+        {"3/", "01.03.2024"},         {"                 5.4", "05.03.2024"},  // only 18 characters are read
     };
     for (const auto &c : cases) EXPECT_EQ(typed(c.input), c.output) << '"' << c.input << '"';
     EXPECT_EQ(typed(nullptr), "00.00.0000");

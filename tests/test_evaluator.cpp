@@ -20,7 +20,10 @@ std::string repeated(const char *piece, int times) {
 
 // Every case evaluates without reaching the error state: computing failures count as 0.
 TEST(FormulaText, ValuesOfResultLinesTermsAndFunctions) {
-    const struct { const char *text; double value; } cases[] = {
+    const struct {
+        const char *text;
+        double value;
+    } cases[] = {
         {"Wand: 2,5 * 3 =", 7.5},
         {"2+3*4", 0},                  // no "=": not a result line
         {"Summe = 5 : 3", 0},          // a ":" after the "=" takes the result back
@@ -32,12 +35,33 @@ TEST(FormulaText, ValuesOfResultLinesTermsAndFunctions) {
         {"4 = 2 =", 42},               // every "=" is left out of the term
         {"\"a\"1\"b\"+\"c\"2=", 3},    // remarks inside the term drop out
         {"1=\n\n# 5=\n2,5=\r\n\"x=\"\n3*3 =", 12.5},
-        {"2+3*4=", 14}, {"2-3-4=", -5}, {"8/4/2=", 1}, {"2^3^2=", 64}, {"2**3**2=", 64}, {"-2^2=", 4}, {"2--3=", 5},
-        {"{1+2)*[2}=", 6}, {"1,5+0.5=", 2}, {"a1_2=", 12}, {"sin(100)=", 1}, {"qdrt(3)=", 9}, {"pi*2=", 6.28},
-        {"2^2,5=", 8}, {"2^-2,5=", 0.125}, {"2^20=", 1048576}, {"(-2)^3=", -8},
+        {"2+3*4=", 14},
+        {"2-3-4=", -5},
+        {"8/4/2=", 1},
+        {"2^3^2=", 64},
+        {"2**3**2=", 64},
+        {"-2^2=", 4},
+        {"2--3=", 5},
+        {"{1+2)*[2}=", 6},
+        {"1,5+0.5=", 2},
+        {"a1_2=", 12},
+        {"sin(100)=", 1},
+        {"qdrt(3)=", 9},
+        {"pi*2=", 6.28},
+        {"2^2,5=", 8},
+        {"2^-2,5=", 0.125},
+        {"2^20=", 1048576},
+        {"(-2)^3=", -8},
         {"sin(10000000000000000)=", -0.006},  // no whole turns taken off: 2 pi / 400 times the angle
-        {"1/0+5=", 5}, {"2^21=", 0}, {"0^-1=", 0}, {"x+1=", 0}, {"SIN(100)=", 0}, {"sqrt(-4)=", 0}, {"(-2)**2=", 0},
-        {"exp(1000)=", 0}, {"x=\n2=", 2},
+        {"1/0+5=", 5},
+        {"2^21=", 0},
+        {"0^-1=", 0},
+        {"x+1=", 0},
+        {"SIN(100)=", 0},
+        {"sqrt(-4)=", 0},
+        {"(-2)**2=", 0},
+        {"exp(1000)=", 0},
+        {"x=\n2=", 2},
     };
     for (const auto &c : cases) {
         EXPECT_DOUBLE_EQ(koMultilineEval(c.text), c.value) << c.text;
@@ -46,14 +70,22 @@ TEST(FormulaText, ValuesOfResultLinesTermsAndFunctions) {
 }
 
 TEST(FormulaText, FirstSyntaxErrorIsRecordedWithItsLineAndText) {
-    const struct { std::string text; int32_t line; const char *error; double value = 0; } cases[] = {
-        {"3*=", 1, "E_TERM_VALUE_EXPECTED"}, {"2$3=", 1, "E_TERM_ILLEGAL_OPCODE"}, {"(2)3=", 1, "E_TERM_ILLEGAL_OPCODE"},
+    const struct {
+        std::string text;
+        int32_t line;
+        const char *error;
+        double value = 0;
+    } cases[] = {
+        {"3*=", 1, "E_TERM_VALUE_EXPECTED"},
+        {"2$3=", 1, "E_TERM_ILLEGAL_OPCODE"},
+        {"(2)3=", 1, "E_TERM_ILLEGAL_OPCODE"},
         {repeated("(", 201) + "1" + repeated(")", 201) + "=", 1, "E_TERM_RIGHT_PARENTHESIS_EXPECTED"},
         {repeated("(", 200) + "1" + repeated(")", 200) + "=", 0, "", 1},
         {repeated("-(", 100000) + "1=", 1, "E_TERM_RIGHT_PARENTHESIS_EXPECTED"},
         {"1+2)=", 0, "", 3},  // a closing bracket ends the term
         {"Wand:=", 1, ""},    // an empty term, unlike a blank one
-        {"1=\n3* \n1/0=\nx=\n2+=\n(=", 5, "E_TERM_VALUE_EXPECTED", 1}, {"1=", 0, "", 1} /* the state is cleared */,
+        {"1=\n3* \n1/0=\nx=\n2+=\n(=", 5, "E_TERM_VALUE_EXPECTED", 1},
+        {"1=", 0, "", 1} /* the state is cleared */,
     };
     for (const auto &c : cases) {
         EXPECT_DOUBLE_EQ(koMultilineEval(c.text.c_str()), c.value) << c.text.substr(0, 20);
@@ -68,29 +100,52 @@ TEST(FormulaText, FirstSyntaxErrorIsRecordedWithItsLineAndText) {
 TEST(FormulaText, DecimalsRoundingAndLineValues) {
     for (const char *t : {"", "#3", " #2", "x#2"}) EXPECT_EQ(koMultilineEvalGetDec(t), 3) << t;
     EXPECT_EQ(koMultilineEvalGetDec("#2\n1="), 2);
-    const struct { std::string text; double value; } rounded[] = {
-        {"#2\n1,005=", 1.01}, {"1,0005=", 1.001}, {"#2\n-1,005=", -1.0}, {"#2\n1/3=\n1/3=\n1/3=", 0.99},
+    const struct {
+        std::string text;
+        double value;
+    } rounded[] = {
+        {"#2\n1,005=", 1.01},
+        {"1,0005=", 1.001},
+        {"#2\n-1,005=", -1.0},
+        {"#2\n1/3=\n1/3=\n1/3=", 0.99},
         {repeated("9", 400) + "=\n1=", 1},  // too long for a double: overflows, and the rounding makes it 0
     };
     for (const auto &c : rounded) EXPECT_DOUBLE_EQ(koMultilineEval(c.text.c_str()), c.value) << c.text.substr(0, 20);
     const char *text = "#2\nWand: 2,125*2 =\nohne Ergebnis\n1/3 =";
-    const struct { int32_t line; double value; } lines[] = {{0, 0}, {1, 4.25}, {2, 0}, {3, 0.33}, {4, 0}, {-1, 0}};
+    const struct {
+        int32_t line;
+        double value;
+    } lines[] = {{0, 0}, {1, 4.25}, {2, 0}, {3, 0.33}, {4, 0}, {-1, 0}};
     for (const auto &l : lines) EXPECT_DOUBLE_EQ(koMultilineEvalLine(text, l.line), l.value) << l.line;
     EXPECT_DOUBLE_EQ(koMultilineEval(nullptr) + koMultilineEvalLine(nullptr, 0), 0);
 }
 
 TEST(FormulaText, LineCountsStartsAndCopies) {
-    const struct { const char *text; int32_t lines; } counts[] = {{"", 0}, {"a\nb", 2}, {"\n\n", 2}, {"a\r\nb\r\n", 2}};
+    const struct {
+        const char *text;
+        int32_t lines;
+    } counts[] = {{"", 0}, {"a\nb", 2}, {"\n\n", 2}, {"a\r\nb\r\n", 2}};
     for (const auto &c : counts) EXPECT_EQ(koMultilineGetNumLines(c.text), c.lines) << c.text;
     const char *text = "ab\r\n\ncd\n";
-    const struct { int32_t line; const char *start; } starts[] = {{1, text + 4}, {2, text + 5}, {3, nullptr}, {-1, nullptr}};
+    const struct {
+        int32_t line;
+        const char *start;
+    } starts[] = {{1, text + 4}, {2, text + 5}, {3, nullptr}, {-1, nullptr}};
     for (const auto &s : starts) EXPECT_EQ(koMultilineGetLine(text, s.line), s.start) << s.line;
-    const struct { const char *text; int32_t line, size; BOOL terminate; const char *expected; } copies[] = {
+    const struct {
+        const char *text;
+        int32_t line, size;
+        BOOL terminate;
+        const char *expected;
+    } copies[] = {
         {"ab\r\ncd", 1, 8, 1, "cd"},
         {"ab\r\ncd", 0, 5, 0, "ab   "},  // a field is filled with blanks and not terminated
-        {"abcdef", 0, 4, 1, "abc"},     {"abcdef", 0, 4, 0, "abcd"},   {"\b\bab", 0, 8, 1, "ab"},
+        {"abcdef", 0, 4, 1, "abc"},
+        {"abcdef", 0, 4, 0, "abcd"},
+        {"\b\bab", 0, 8, 1, "ab"},
         {"abcd\b\bx", 0, 4, 1, "ax"},  // what did not fit was not counted either
-        {"abcdef\b\bxy", 0, 4, 0, "abxy"}, {"a", 0, 0, 1, ""},  // no room: nothing written
+        {"abcdef\b\bxy", 0, 4, 0, "abxy"},
+        {"a", 0, 0, 1, ""},  // no room: nothing written
     };
     for (const auto &c : copies) {
         char buffer[16];
@@ -98,7 +153,8 @@ TEST(FormulaText, LineCountsStartsAndCopies) {
         EXPECT_EQ(koMultilineCopyLine(c.text, c.line, buffer, c.size, c.terminate), 1) << c.text;
         const size_t written = std::strlen(c.expected) + (c.terminate && c.size > 0 ? 1 : 0);
         EXPECT_EQ(std::string(buffer, written) + std::string(buffer + written, sizeof buffer - written),
-                  std::string(c.expected, written) + std::string(sizeof buffer - written, 'X')) << c.text;
+                  std::string(c.expected, written) + std::string(sizeof buffer - written, 'X'))
+            << c.text;
     }
     char buffer[4];
     EXPECT_EQ(koMultilineCopyLine("a\n", 1, buffer, 4, 1), 0) << "no such line";

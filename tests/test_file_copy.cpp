@@ -50,8 +50,16 @@ TEST_F(FileCopy, FlagsAnswersAndErrorsDecide) {
                       replaceAll = box("Wollen Sie alle weiteren Dateien ebenfalls ersetzen ?", "Fortsetzen", kYesNo),
                       notOpen = box(missing, "Datei nicht offen.", kOkCancel),
                       notMade = box(noFolder, "Datei nicht erstellbar.", kOkCancel);
-    const struct { const char *name; std::string from, to; uint32_t flags; std::deque<int32_t> answers; int32_t result;
-                   uint32_t flagsAfter; const char *after; std::vector<std::string> boxes; } cases[] = {
+    const struct {
+        const char *name;
+        std::string from, to;
+        uint32_t flags;
+        std::deque<int32_t> answers;
+        int32_t result;
+        uint32_t flagsAfter;
+        const char *after;
+        std::vector<std::string> boxes;
+    } cases[] = {
         {"kept silently", source, target, 0, {}, 0, 0, "alt", {}},
         {"replaced silently", source, target, 2, {}, 1, 2, "neu", {}},
         {"exists, OK", source, target, 4, {kOk}, 0, 4, "alt", {exists}},
@@ -102,8 +110,8 @@ TEST_F(FileCopy, BytesTimesAndMaskedAttributesGoOver) {
     for (int i = 0; i < 2 * 4096 + 1; ++i) bytes += char(i * 7);  // zeros included, past two buffers
     harness::write_file(source, bytes);
     // Whole seconds: every platform's file times hold them exactly.
-    const fs::file_time_type stamp = std::chrono::time_point_cast<std::chrono::seconds>(
-        fs::last_write_time(source) - std::chrono::hours(24 * 400));
+    const fs::file_time_type stamp =
+        std::chrono::time_point_cast<std::chrono::seconds>(fs::last_write_time(source) - std::chrono::hours(24 * 400));
     fs::last_write_time(source, stamp);
     fs::permissions(source, fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write,
                     fs::perm_options::remove);
@@ -141,9 +149,15 @@ TEST_F(FileCopyEx, CopiesMatchingFilesIntoTheFolder) {
     while (tooLong.size() < 700) tooLong = test_env::join(tooLong, "abcdefghij");
     const std::string txt = test_env::join(from, "*.txt");
     const std::vector<std::string> ab = {"a.txt", "b.txt"};
-    const struct { std::string pattern, to; std::vector<std::string> copied; } cases[] = {
-        {txt, to, ab}, {txt, to + "\\", ab}, {txt, test_env::join(to, ""), ab},
-        {test_env::join(from, "*.xyz"), to, {}}, {test_env::join(tooLong, "*.txt"), to, {}},
+    const struct {
+        std::string pattern, to;
+        std::vector<std::string> copied;
+    } cases[] = {
+        {txt, to, ab},
+        {txt, to + "\\", ab},
+        {txt, test_env::join(to, ""), ab},
+        {test_env::join(from, "*.xyz"), to, {}},
+        {test_env::join(tooLong, "*.txt"), to, {}},
     };
     for (const auto &c : cases) {
         fs::remove_all(to);

@@ -48,11 +48,17 @@ protected:
 using IniFile = ImportFile;
 
 TEST_F(ImportFile, RecordsEndOnlyAtLineEndsOutsideQuotes) {
-    const struct { const char *name; std::string bytes; int32_t max; Lines expect; } cases[] = {
+    const struct {
+        const char *name;
+        std::string bytes;
+        int32_t max;
+        Lines expect;
+    } cases[] = {
         {"quoted line break", "\"x\r\ny\";z;\r\nnext;\r\n", 100, {"\"x\r\ny\";z;", "next;"}},
         {"quote inside a field opens nothing", "a\"b;c;\r\nd;\n", 100, {"a\"b;c;", "d;"}},
         {"quote not before ; stays open", "\"a\"b\r\n\";c;\r\nd;\r\n", 100, {"\"a\"b\r\n\";c;", "d;"}},
-        {"no final line end", "a;\r\nb;", 100, {"a;", "b;"}}, {"line end read last", "ab;\nc;\n", 4, {"ab;", "c;"}},
+        {"no final line end", "a;\r\nb;", 100, {"a;", "b;"}},
+        {"line end read last", "ab;\nc;\n", 4, {"ab;", "c;"}},
         {"cut record goes on at the cut", "aaaa;bbbb;\r\nc;\r\n", 6, {"aaaa;b", "bbb;", "c;"}},
         // The continuation starts outside quotes, so the quoted line break now ends a record.
         {"cut inside quotes", "\"a;b\r\nc\";\r\nd;\r\n", 5, {"\"a;b\r", "", "c\";", "d;"}},
@@ -71,7 +77,11 @@ TEST_F(ImportFile, RecordsEndOnlyAtLineEndsOutsideQuotes) {
 // 32767 bytes read, or a count that wraps to 0, read as nothing, and the pointer stays.
 TEST_F(ImportFile, MaximumAndResultFollowTheSixteenBitRules) {
     write_file(file, std::string(40000, 'a') + ";\r\n");
-    const struct { int32_t max; bool found; size_t length; } cases[] = {
+    const struct {
+        int32_t max;
+        bool found;
+        size_t length;
+    } cases[] = {
         {32767, true, 32767}, {40000, false, 0}, {65535, false, 0}, {65536, false, 0}, {65536 + 10, true, 10},
     };
     for (const auto &c : cases) {
@@ -85,18 +95,29 @@ TEST_F(ImportFile, MaximumAndResultFollowTheSixteenBitRules) {
 }
 
 TEST(ImportToken, QuoteRules) {
-    const struct { std::string record; Lines expect; } cases[] = {
+    const struct {
+        std::string record;
+        Lines expect;
+    } cases[] = {
         {"\"Meier; Sohn\";\"Zeile 1\r\nZeile 2\";42;", {"Meier; Sohn", "Zeile 1\r\nZeile 2", "42"}},
         {"\"x\"", {"x\""}},  // no ";" behind the closing quote: it stays in the field
-        {"a;;b;", {"a", "", "b"}},  {"a;b", {"a", "b"}},           {"\"\";x;", {"", "x"}},
-        {"a\"b\";c;", {"a\"b\"", "c"}}, {"\"a\"b\";c;", {"a\"b", "c"}}, {"", {}},
+        {"a;;b;", {"a", "", "b"}},
+        {"a;b", {"a", "b"}},
+        {"\"\";x;", {"", "x"}},
+        {"a\"b\";c;", {"a\"b\"", "c"}},
+        {"\"a\"b\";c;", {"a\"b", "c"}},
+        {"", {}},
     };
     for (const auto &c : cases) EXPECT_EQ(tokens(c.record), c.expect) << c.record;
 }
 
 TEST_F(IniFile, DeleteRewritesEveryHeaderUpperCased) {
-    const struct { const char *section; std::string before, after; } cases[] = {
-        {"fehlt", "[eins]\r\na=1\r\n[Zwei]\r\nb=2\r\n[nicht] Kopf\r\n", "[EINS]\r\na=1\r\n[ZWEI]\r\nb=2\r\n[nicht] Kopf\r\n"},
+    const struct {
+        const char *section;
+        std::string before, after;
+    } cases[] = {
+        {"fehlt", "[eins]\r\na=1\r\n[Zwei]\r\nb=2\r\n[nicht] Kopf\r\n",
+         "[EINS]\r\na=1\r\n[ZWEI]\r\nb=2\r\n[nicht] Kopf\r\n"},
         {"b", "[a]\r\nx=1\r\n[B]\r\ny=2\r\n[c]\r\nz=3\r\n", "[A]\r\nx=1\r\n[C]\r\nz=3\r\n"},
         {"a", "[a]\r\nx=1\r\n", ""},
         {"x", "[a]\r\nx=1", "[A]\r\nx=1\r\n"},
@@ -121,9 +142,15 @@ TEST_F(IniFile, AddThenLoadRoundTrip) {
     ASSERT_EQ(AddIniAbschnitt(other.c_str(), "gr\xFCn", "a=1\r\n"), 1);
     EXPECT_EQ(read_file(other), "\r\n[GR\xFCN]\r\na=1\r\n");
 
-    const struct { const std::string &path; const char *section; int32_t found; const char *text; } loads[] = {
+    const struct {
+        const std::string &path;
+        const char *section;
+        int32_t found;
+        const char *text;
+    } loads[] = {
         {file, "FARBEN", 1, "Blau=3\r\n"}, {file, "zwei", 1, "k=v\r\n\r\n"},  // the empty line before the next header
-        {other, "Gr\xFCn", 1, "a=1\r\n"},  {other, "GR\xDCN", 0, "x"},  {file, "fehlt", 0, "x"}, {none, "a", 0, "x"},
+        {other, "Gr\xFCn", 1, "a=1\r\n"},  {other, "GR\xDCN", 0, "x"},
+        {file, "fehlt", 0, "x"},           {none, "a", 0, "x"},
     };
     for (const auto &c : loads) {
         char buffer[256] = "x";
@@ -136,7 +163,11 @@ TEST_F(IniFile, AddThenLoadRoundTrip) {
 // is a failure, also where it is the full count of 65535 bytes. A file that does not exist yet
 // makes the header line's two writes the first and the text's write the third.
 TEST_F(IniFile, AddJudgesTheTextWriteOnItsSixteenBitResult) {
-    const struct { size_t length; int32_t failingWrite; int32_t result; } cases[] = {
+    const struct {
+        size_t length;
+        int32_t failingWrite;
+        int32_t result;
+    } cases[] = {
         {3, 0, 1}, {3, 3, 0}, {40000, 0, 1}, {40000, 3, 0}, {65535, 3, 0}, {65535, 0, 0},
     };
     for (const auto &c : cases) {
@@ -144,7 +175,8 @@ TEST_F(IniFile, AddJudgesTheTextWriteOnItsSixteenBitResult) {
         const std::string text(c.length, 'x');
         {
             harness::Fault f("WriteFile", c.failingWrite, harness::kDiskFull);  // 0: nothing fails
-            EXPECT_EQ(AddIniAbschnitt(file.c_str(), "s", text.c_str()), c.result) << c.length << " failing " << c.failingWrite;
+            EXPECT_EQ(AddIniAbschnitt(file.c_str(), "s", text.c_str()), c.result)
+                << c.length << " failing " << c.failingWrite;
         }
         const std::string written = read_file(file);
         EXPECT_EQ(written.substr(0, 5), "\r\n[S]") << c.length;

@@ -82,7 +82,8 @@ std::vector<std::string> kill_writers(const std::string &log, const std::string 
         if (!ini.empty()) args.push_back(ini);
         const test_env::Child child = test_env::start_self(args);
         EXPECT_NE(child.id, 0);
-        for (int waited = 0; harness::read_file(log).size() == before && waited < 10000; ++waited) test_env::sleep_ms(1);
+        for (int waited = 0; harness::read_file(log).size() == before && waited < 10000; ++waited)
+            test_env::sleep_ms(1);
         test_env::sleep_ms(int(random() % 20));
         test_env::kill_child_hard(child);
         harness::wait_child_for(child, 10000);

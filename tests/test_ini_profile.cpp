@@ -36,12 +36,12 @@ IniCase Write(const char *what, const char *before, const char *section, const c
     return {what, bytes(before), Call::write, section, key, value, 0, result, "", after, file};
 }
 IniCase Number(const char *what, const char *value, int def, int result) {
-    return {what, "[N]\r\nk=" + std::string(value) + "\r\n", Call::number, "N", "k", nullptr, def, result, "",
-            nullptr, nullptr};
+    return {
+        what,   "[N]\r\nk=" + std::string(value) + "\r\n", Call::number, "N", "k", nullptr, def, result, "", nullptr,
+        nullptr};
 }
 
-const char kAlpha[] =
-    "[Alpha]\r\nk1=v1\r\nk2 = two words  \r\nnoeq\r\n;comment=x\r\n[ Beta ]\r\nx=1\r\n[Gamma]\r\n";
+const char kAlpha[] = "[Alpha]\r\nk1=v1\r\nk2 = two words  \r\nnoeq\r\n;comment=x\r\n[ Beta ]\r\nx=1\r\n[Gamma]\r\n";
 const char kQuotes[] = "[Q]\r\na=\"quoted\"\r\nb='single'\r\nc=\"mixed'\r\nd=\"\r\ne=\"\"\r\ng= \" sp \" \r\n";
 const char kTwice[] = "[S]\r\nk=first\r\nK=second\r\n";
 const char kComments[] = "; top comment\r\n[A]\r\n; inner comment\r\nk=v\r\nk=second\r\nnoeq\r\n[B]\r\nx=1";
@@ -65,8 +65,8 @@ std::vector<IniCase> cases() {
         Get("empty quotes give an empty value", kQuotes, "Q", "e", "D", 30, 0, "\0"s),
         Get("only the first = splits", "[S]\r\na=b=c\r\n", "S", "a", "d", 30, 3, "b=c\0"s),
         Get("the first of two equal keys wins", kTwice, "s", "k", "d", 30, 5, "first\0"s),
-        Get("only the first of two equal sections counts", "[A]\r\nk=1\r\n[B]\r\nk=2\r\n[a]\r\nm=4\r\n", "A", "m",
-            "d", 30, 1, "d\0"s),
+        Get("only the first of two equal sections counts", "[A]\r\nk=1\r\n[B]\r\nk=2\r\n[a]\r\nm=4\r\n", "A", "m", "d",
+            30, 1, "d\0"s),
         Get("LF line ends and no final line end", "[A]\nk=v\n[B]\nx=1", "B", "x", "d", 30, 1, "1\0"s),
         Get("text after ] is ignored", "[B] junk\r\ny=1\r\n", "B", "y", "d", 30, 1, "1\0"s),
         Get("[ without ] opens no section", "[B]\r\n[C\r\nz=2\r\n", "C", "z", "d", 30, 1, "d\0"s),

@@ -43,12 +43,16 @@ TEST(RegistryCalls, PathsValuesAndHandlesAsWindowsHasThem) {
     ASSERT_EQ(plat::reg_create(HKEY_CURRENT_USER, (base + "\\A\\B").c_str(), &ab), 0);
     ASSERT_EQ(plat::reg_create(HKEY_CURRENT_USER, (base + "\\\xC4\x8A\xFF\xDF").c_str(), &key), 0);
     plat::reg_close(key);
-    const struct { std::string path; long result; } paths[] = {
-        {base + "\\a\\b", 0}, {base + "\\A\\\\B\\", 0}, {base + "\\\xE4\x9A\x9F\xDF", 0},
-        {base + "\\\xE4\x9A\x9FSS", 2}, {base + "\\A/B", 2}, {"\\" + base, 161},
+    const struct {
+        std::string path;
+        long result;
+    } paths[] = {
+        {base + "\\a\\b", 0},           {base + "\\A\\\\B\\", 0}, {base + "\\\xE4\x9A\x9F\xDF", 0},
+        {base + "\\\xE4\x9A\x9FSS", 2}, {base + "\\A/B", 2},      {"\\" + base, 161},
     };
     for (const auto &c : paths) {
-        EXPECT_EQ(plat::reg_open(HKEY_CURRENT_USER, c.path.c_str(), false, false, &(key = nullptr)), c.result) << c.path;
+        EXPECT_EQ(plat::reg_open(HKEY_CURRENT_USER, c.path.c_str(), false, false, &(key = nullptr)), c.result)
+            << c.path;
         if (key) plat::reg_close(key);
     }
     ASSERT_EQ(plat::reg_set(ab, "Alpha", plat::kRegSz, "hello", 6), 0);
@@ -67,7 +71,8 @@ TEST(RegistryCalls, PathsValuesAndHandlesAsWindowsHasThem) {
     EXPECT_EQ(plat::reg_delete_key(key, "b"), 0);
     EXPECT_EQ(plat::reg_query(reader, "alpha", nullptr, nullptr, &size), plat::kErrorKeyDeleted);
     plat::reg_close(reader), plat::reg_close(ab), plat::reg_close(key);
-    for (const char *sub : {"\\A", "\\\xC4\x8A\xFF\xDF", ""}) plat::reg_delete_key(HKEY_CURRENT_USER, (base + sub).c_str());
+    for (const char *sub : {"\\A", "\\\xC4\x8A\xFF\xDF", ""})
+        plat::reg_delete_key(HKEY_CURRENT_USER, (base + sub).c_str());
 }
 
 // Any value of exactly four bytes reads as a number, strings only as strings; key paths and value
@@ -83,8 +88,17 @@ TEST(RegistryValues, ReadsOnlyTheirOwnKindOfValue) {
     ASSERT_EQ(tarnSetZentKeyString(shortText.c_str(), "abc"), 1);
     ASSERT_EQ(tarnSetZentKeyString(empty.c_str(), ""), 1);
     ASSERT_EQ(tarnSetRegDWORD(HKEY_LOCAL_MACHINE, kZent, number.c_str(), 0xFFFFFFFF), 1);
-    const struct { const std::string &name; int32_t asDword; DWORD dword; int32_t asString; const char *str; } cases[] = {
-        {text, 0, 0, 1, "Gelb"}, {number, 1, 0xFFFFFFFF, 0, ""}, {shortText, 1, 0x00636261, 1, "abc"}, {empty, 0, 0, 1, ""},
+    const struct {
+        const std::string &name;
+        int32_t asDword;
+        DWORD dword;
+        int32_t asString;
+        const char *str;
+    } cases[] = {
+        {text, 0, 0, 1, "Gelb"},
+        {number, 1, 0xFFFFFFFF, 0, ""},
+        {shortText, 1, 0x00636261, 1, "abc"},
+        {empty, 0, 0, 1, ""},
     };
     for (const auto &c : cases) {
         DWORD got = 0xDEADBEEF;
@@ -95,7 +109,8 @@ TEST(RegistryValues, ReadsOnlyTheirOwnKindOfValue) {
         EXPECT_STREQ(buf, c.str) << c.name;
     }
     DWORD got = 0;
-    EXPECT_EQ(tarnGetRegDWORD(HKEY_LOCAL_MACHINE, "software\\kelvo gmbh\\zentCOLOR", unique("nUMBER").c_str(), &got), 1);
+    EXPECT_EQ(tarnGetRegDWORD(HKEY_LOCAL_MACHINE, "software\\kelvo gmbh\\zentCOLOR", unique("nUMBER").c_str(), &got),
+              1);
     EXPECT_EQ(got, 0xFFFFFFFFu);
     char exact[5];
     EXPECT_EQ(tarnGetZentKeyString(text.c_str(), exact, 4), 0) << "no room for the terminator";

@@ -35,7 +35,8 @@ const char *name_of(Transport t) { return t == kTcp ? "tcp" : "pipe"; }
 const Transport kTransports[] = {kTcp, kPipe};
 
 // True as soon as `done()` is, false when it has not been within `seconds`.
-template <class Done> bool within(int seconds, Done &&done) {
+template <class Done>
+bool within(int seconds, Done &&done) {
     using Clock = std::chrono::steady_clock;
     for (const auto until = Clock::now() + std::chrono::seconds(seconds); Clock::now() < until; test_env::sleep_ms(3))
         if (done()) return true;
@@ -44,9 +45,16 @@ template <class Done> bool within(int seconds, Done &&done) {
 
 // ---- what the server reports, its handler, the clients -----------------------------------------
 
-struct Report { uint32_t code; std::string text; uint32_t flag; };
+struct Report {
+    uint32_t code;
+    std::string text;
+    uint32_t flag;
+};
 // Kept for the life of the process: connection threads may report while it exits.
-struct Reports { std::mutex lock; std::vector<Report> list; } &reports = *new Reports;
+struct Reports {
+    std::mutex lock;
+    std::vector<Report> list;
+} &reports = *new Reports;
 
 void TARN_CALL record_report(uint32_t code, const char *text, uint32_t flag) {
     std::lock_guard<std::mutex> hold(reports.lock);
@@ -81,8 +89,9 @@ int32_t TARN_CALL test_handler(void *frame) {
     switch (h.RequestId) {
     case 0: oneWayCount += data == "ping"; return 0;
     case 1: return data.compare(0, 6, "refuse") == 0;  // a login: non-zero refuses it
-    case 2: return data == "stay";  // a logout answered here keeps the connection
-    case 30: case 31: test_env::sleep_ms(shutdownRequestDelayMs); return 0;
+    case 2: return data == "stay";                     // a logout answered here keeps the connection
+    case 30:
+    case 31: test_env::sleep_ms(shutdownRequestDelayMs); return 0;
     case kEcho: return 1;
     case kWhoAmI:
         h.UserDataLength = 2;
@@ -124,8 +133,8 @@ void *connect_client(Transport t, uint16_t port, int seconds = 10) {
 bool echo(void *client, const std::string &payload) {
     std::string reply(payload.size() + 1, '\0');
     uint16_t length = 0xBEEF;
-    return koClientRequest(client, kEcho, payload.data(), uint32_t(payload.size()), &reply[0],
-                           uint16_t(reply.size()), &length) == 1 &&
+    return koClientRequest(client, kEcho, payload.data(), uint32_t(payload.size()), &reply[0], uint16_t(reply.size()),
+                           &length) == 1 &&
            length == payload.size() && reply.compare(0, length, payload) == 0;
 }
 
@@ -193,7 +202,10 @@ struct RawEnd {
 
 // A server for one connection: reads whole request frames, answers each with the next
 // prepared bytes and closes the connection after the last.
-struct FakeServer { std::thread thread; ~FakeServer() { thread.join(); } };
+struct FakeServer {
+    std::thread thread;
+    ~FakeServer() { thread.join(); }
+};
 FakeServer fake_server(Transport t, uint16_t port, std::vector<std::vector<uint8_t>> answers) {
     plat::Socket listener = t == kTcp ? plat::tcp_socket() : plat::kNoSocket;
     plat::Pipe *instance = t == kPipe ? plat::pipe_create(pipe_name(port).c_str()) : nullptr;
@@ -231,7 +243,10 @@ TEST_F(RequestService, ClientIdsAvoidZeroAllOnesAndIdsInUse) {
 }
 
 TEST_F(RequestService, LoginReportsTrimmedNameAndGivesUsableIds) {
-    const struct { const char *name, *reported; int32_t accepted; } cases[] = {
+    const struct {
+        const char *name, *reported;
+        int32_t accepted;
+    } cases[] = {
         {"  Meier Bau  ", "attach=Meier Bau", 1},
         {"abcdefghijklmnopqrstuvwxyz0123456789", "attach=abcdefghijklmnopqrstuvwxyz01234", 1},
         {"refuse me", "attach=refuse me", 0},  // the handler refuses; the client logs out by itself
@@ -246,7 +261,8 @@ TEST_F(RequestService, LoginReportsTrimmedNameAndGivesUsableIds) {
             Report attach, detach;
             ASSERT_TRUE(find_report(c.reported, mark, &attach));
             const uint16_t id = uint16_t(attach.code);
-            EXPECT_TRUE(attach.code == (0x01000000u | id) && id != 0 && id != 0xFFFF && attach.flag == 0) << attach.code;
+            EXPECT_TRUE(attach.code == (0x01000000u | id) && id != 0 && id != 0xFFFF && attach.flag == 0)
+                << attach.code;
             // An accepted client sends the id it was given with every request, then logs out.
             EXPECT_TRUE(!c.accepted || (who_am_i(client) == id && koClientLogout(client) == 1));
             ASSERT_TRUE(find_report("deattach", mark, &detach));
@@ -289,7 +305,12 @@ TEST_F(RequestService, RepliesBuffersAndOneWayRequests) {
 // stayed connected throughout is served as before.
 TEST_F(RequestService, MalformedFramesEndOnlyTheirConnection) {
     // `vanish`: the client closes its end after sending.
-    const struct { const char *what; std::vector<uint8_t> bytes; bool vanish; const char *report; } cases[] = {
+    const struct {
+        const char *what;
+        std::vector<uint8_t> bytes;
+        bool vanish;
+        const char *report;
+    } cases[] = {
         {"frame mark 0x2512", frame(kEcho, 0, 0, 0x2512), false, "Request Format falsch"},
         {"reply mark as request", frame(kEcho, 0, 3, 0x1161, 8 + 3), false, "Request Format falsch"},
         {"30001 data bytes", frame(kEcho, 0, 30001, 0x2511, 8 + 30001), false, "Request Daten fehlen"},
@@ -324,8 +345,13 @@ TEST_F(RequestService, MalformedFramesEndOnlyTheirConnection) {
 TEST_F(RequestService, ClientChecksReplies) {
     std::vector<uint8_t> small = frame(kEcho, 7, 2, 0x1161, 8 + 2);
     std::memcpy(&small[8], "ok", 2);
-    const struct { const char *what; std::vector<std::vector<uint8_t>> answers; bool ok; uint16_t length;
-                   const char *report; } cases[] = {
+    const struct {
+        const char *what;
+        std::vector<std::vector<uint8_t>> answers;
+        bool ok;
+        uint16_t length;
+        const char *report;
+    } cases[] = {
         {"ClientID 0xFFFF", {frame(kEcho, 0xFFFF, 0, 0x1161)}, false, 0, "Request ClientID == 0xFFFF"},
         {"header cut short", {frame(kEcho, 7, 0, 0x1161, 5)}, false, 0, "Request::ReadBytes(Returncode)"},
         {"data cut short", {frame(kEcho, 7, 10, 0x1161, 11)}, false, 10, "Request::ReadBytes(UserData)"},
@@ -360,7 +386,12 @@ TEST_F(RequestService, ClientChecksReplies) {
 // A send or a pipe read that fails on either end fails the request with an empty reply and
 // ends the connection (the server goes on serving: every later test needs it).
 TEST_F(RequestService, FailedTransfersFailTheRequest) {
-    const struct { Transport t; const char *call; int32_t nth, error; const char *report; } cases[] = {
+    const struct {
+        Transport t;
+        const char *call;
+        int32_t nth, error;
+        const char *report;
+    } cases[] = {
         {kTcp, "send", 1, harness::kConnectionReset, "Request::WriteBytes(RequestId)"},  // the client's
         {kTcp, "send", 2, harness::kConnectionReset, "Request::ReadBytes(Returncode)"},  // the server's reply
         {kPipe, "ReadPipe", 1, 109 /* broken pipe */, "Request::ReadBytes(Returncode)"},
@@ -386,7 +417,10 @@ TEST_F(RequestService, FailedTransfersFailTheRequest) {
 }
 
 TEST_F(RequestService, FailedCreatesAndNullHandles) {
-    const struct { uint16_t port, transport; const char *host, *report; } cases[] = {
+    const struct {
+        uint16_t port, transport;
+        const char *host, *report;
+    } cases[] = {
         {port_at(130), kTcp, "#127.0.0.1", "connect()==?"},  // nobody listens: refused
         {portBlock, kTcp, "#127.0.0.x", "gethostbyname()==WSAEINVAL"},
         {port_at(130), kPipe, ".", "not connected"},
@@ -398,8 +432,9 @@ TEST_F(RequestService, FailedCreatesAndNullHandles) {
         EXPECT_TRUE(!c.report || find_report(c.report, mark)) << c.report;
     }
     uint16_t length = 5;
-    for (int32_t result : {koClientRequest(nullptr, kEcho, "x", 1, nullptr, 0, &length), koClientLogin(nullptr, "a", "b"), koClientLogout(nullptr), koClientShutServerDown(nullptr, 1),
-                           koClientCleanup(nullptr), koServerIsRunning(nullptr)})
+    for (int32_t result : {koClientRequest(nullptr, kEcho, "x", 1, nullptr, 0, &length),
+                           koClientLogin(nullptr, "a", "b"), koClientLogout(nullptr),
+                           koClientShutServerDown(nullptr, 1), koClientCleanup(nullptr), koServerIsRunning(nullptr)})
         EXPECT_EQ(result, 0);
 }
 
@@ -457,7 +492,8 @@ TEST_F(RequestService, ThirtyTwoClientsAtOnce) {
 #else
     // 57,600 requests in the second round: even 100 bytes kept per request would show.
     const unsigned long long memoryEnd = test_env::process_memory_bytes();
-    EXPECT_LT(memoryEnd, memoryBefore + (4ull << 20)) << "resident memory grew from " << memoryBefore << " to " << memoryEnd;
+    EXPECT_LT(memoryEnd, memoryBefore + (4ull << 20))
+        << "resident memory grew from " << memoryBefore << " to " << memoryEnd;
 #endif
 }
 
@@ -470,7 +506,8 @@ void TARN_CALL quiet_report(uint32_t, const char *, uint32_t) {}
 int request_server(const std::vector<std::string> &args) {
     if (args.size() == 3) shutdownRequestDelayMs = std::stoi(args[2]);
     koInitIP();
-    void *server = koServerCreate(uint32_t(std::stoi(args[0])), uint16_t(std::stoi(args[1])), test_handler, quiet_report);
+    void *server =
+        koServerCreate(uint32_t(std::stoi(args[0])), uint16_t(std::stoi(args[1])), test_handler, quiet_report);
     if (!server) return 4;
     if (!within(60, [&] { return !koServerIsRunning(server); })) return 3;
     koServerCleanup(server);
@@ -488,7 +525,7 @@ int shutdown_self(const std::vector<std::string> &args) {
     if (!before || !echo(before, "before")) return 4;
     koServerShutDown(server);
     if (koServerIsRunning(server) || !find_report("shut down...")) return 5;
-    if (echo(before, "after")) return 6;  // the connection ends at its next request
+    if (echo(before, "after")) return 6;      // the connection ends at its next request
     void *late = connect_client(kTcp, port);  // still accepted, but not served
     if (!late || echo(late, "late")) return 7;
     const size_t mark = report_mark();
@@ -548,7 +585,10 @@ TEST_F(RequestServiceShutdown, WithoutForceOnlyTheLastConnectionStopsTheServer) 
 // "KELVO_00185". The server shuts down also when its handler takes so long over the request
 // that the client is gone and the reply's write fails.
 TEST_F(RequestServiceShutdown, RequestThirtyOneOverTheRawPipe) {
-    const struct { uint16_t port; const char *delayMs; } cases[] = {{185, nullptr}, {port_at(70), "300"}};
+    const struct {
+        uint16_t port;
+        const char *delayMs;
+    } cases[] = {{185, nullptr}, {port_at(70), "300"}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.port);
         auto child = start_server(c.port, "2", c.delayMs);
@@ -557,7 +597,8 @@ TEST_F(RequestServiceShutdown, RequestThirtyOneOverTheRawPipe) {
         ASSERT_TRUE(raw.connect(kPipe, c.port));
         ASSERT_TRUE(raw.send(frame(31, 0, 0, 0x2511)));
         koRequestHeader h = {};
-        EXPECT_TRUE(c.delayMs || (raw.receive(&h, sizeof h) && h.RequestId == 31 && h.FrameMark == 0x1161)) << h.FrameMark;
+        EXPECT_TRUE(c.delayMs || (raw.receive(&h, sizeof h) && h.RequestId == 31 && h.FrameMark == 0x1161))
+            << h.FrameMark;
         raw.close();
         EXPECT_EQ(harness::wait_child_for(child, 30000), 0) << "the server was not shut down";
     }

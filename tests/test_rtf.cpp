@@ -40,11 +40,16 @@ std::pair<uint32_t, uint32_t> usage() {
 TEST(Rtf2Ansi, MemoTextsAndOtherTexts) {
     expect_all({
         {"{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 Hallo\\par Welt}", "Hallo\r\nWelt"},
-        {"{\\rtf1 caf\\'e9}", "caf\xE9"}, {"{\\rtf1 a}b", "ab"}, {"{\\rtf1{\\foo x}y}", "xy"},
-        {"{\\rtf1{\\*\\foo x{\\b y}z}w}", "w"}, {"{\\rtf1 \xC4\xD6\xDC\xDF}", "\xC4\xD6\xDC\xDF"},
+        {"{\\rtf1 caf\\'e9}", "caf\xE9"},
+        {"{\\rtf1 a}b", "ab"},
+        {"{\\rtf1{\\foo x}y}", "xy"},
+        {"{\\rtf1{\\*\\foo x{\\b y}z}w}", "w"},
+        {"{\\rtf1 \xC4\xD6\xDC\xDF}", "\xC4\xD6\xDC\xDF"},
         {"{\\rtf1 x\\u8364?y}", "x?y"},  // "\u" is underline here: the fallback character shows
         // Error texts that do not fit the buffer are cut at its end.
-        {"{\\rtf1 abc", "abcRTF-Err"}, {"{\\rtf1 \\'zz}", "RTF-Error(4)"}, {"{\\rtf", "RTF-E"},
+        {"{\\rtf1 abc", "abcRTF-Err"},
+        {"{\\rtf1 \\'zz}", "RTF-Error(4)"},
+        {"{\\rtf", "RTF-E"},
     });
     // Anything else stays as it is.
     for (const char *text : {"{\\RTF1 x}", " {\\rtf1 x}", "", "{\\rt", "{{\\rtf1 x}}"}) EXPECT_EQ(convert(text), text);
@@ -67,41 +72,53 @@ TEST(Rtf2Ansi, KeywordTable) {
 
 TEST(Rtf2Ansi, KeywordSyntaxAndTheSkipMark) {
     expect_all({
-        {doc("a\\par{}b"), "a\r\nb"}, {doc("a\\par12{}b"), "a\r\nb"}, {doc("a\\tab{}b"), "a b"},
-        {doc("a\\ldblquote{}b\\rdblquote{}c"), "a\"b\"c"}, {doc("a\\{\\}\\\\b"), "a{}\\b"},
-        {doc("a\\par  b"), "a\r\n b"},          // one blank belongs to the keyword
-        {doc("a\\{ b"), "a{ b"},                 // a symbol keeps the blank behind it
-        {doc("a\\par-b"), "a\r\nb"},             // a sign without digits is still read
-        {doc("a\\par\r\nb"), "a\r\nb"}, {doc("a\\li-720 b"), "ab"}, {doc("a\r\nb\tc"), "ab c"},
+        {doc("a\\par{}b"), "a\r\nb"},
+        {doc("a\\par12{}b"), "a\r\nb"},
+        {doc("a\\tab{}b"), "a b"},
+        {doc("a\\ldblquote{}b\\rdblquote{}c"), "a\"b\"c"},
+        {doc("a\\{\\}\\\\b"), "a{}\\b"},
+        {doc("a\\par  b"), "a\r\n b"},  // one blank belongs to the keyword
+        {doc("a\\{ b"), "a{ b"},        // a symbol keeps the blank behind it
+        {doc("a\\par-b"), "a\r\nb"},    // a sign without digits is still read
+        {doc("a\\par\r\nb"), "a\r\nb"},
+        {doc("a\\li-720 b"), "ab"},
+        {doc("a\r\nb\tc"), "ab c"},
         {doc("a\\foo123 b\\foo99999999999999999999 c"), "abc"},
-        {doc("a\\\r\nb\\~c\\-d\\\xE4 e"), "abcd e"}, {doc("\\*a"), "a"},
-        {doc("{\\*\\b\\foo x}y"), "xy"},         // the known keyword took the mark
-        {doc("{\\* a\\foo b}c"), " ac"},         // the mark waits through text
-        {doc("{\\fonttbl\\*}\\foo x"), "x"},     // no mark inside a skipped destination
-        {doc("{\\*}\\foo x"), ""},               // the mark is no part of a group's state
+        {doc("a\\\r\nb\\~c\\-d\\\xE4 e"), "abcd e"},
+        {doc("\\*a"), "a"},
+        {doc("{\\*\\b\\foo x}y"), "xy"},      // the known keyword took the mark
+        {doc("{\\* a\\foo b}c"), " ac"},      // the mark waits through text
+        {doc("{\\fonttbl\\*}\\foo x"), "x"},  // no mark inside a skipped destination
+        {doc("{\\*}\\foo x"), ""},            // the mark is no part of a group's state
     });
 }
 
 TEST(Rtf2Ansi, BinaryRuns) {
     expect_all({
-        {doc("\\bin3 {}\\x"), "{}\\x"}, {doc("{\\pict\\bin3 }}{}y"), "y"},
-        {doc("\\li2\\bin {}x"), "{}x"},           // without a parameter: the last one read
+        {doc("\\bin3 {}\\x"), "{}\\x"},
+        {doc("{\\pict\\bin3 }}{}y"), "y"},
+        {doc("\\li2\\bin {}x"), "{}x"},  // without a parameter: the last one read
         {doc("{\\fonttbl\\f2}\\bin {}x"), "{}x"},
-        {"{\\rtf\\bin }x}", "}x"},               // a count of 0 still takes one byte
-        {doc("\\bin0 }x"), "}x"}, {doc("\\bin-2 {}x"), "{}x"},
-        {doc("a\\bin3 \n\t\rb"), "a\r\n \rb"}, {open_doc("\\bin50 abc"), "abcRTF-Error(3): "},
+        {"{\\rtf\\bin }x}", "}x"},  // a count of 0 still takes one byte
+        {doc("\\bin0 }x"), "}x"},
+        {doc("\\bin-2 {}x"), "{}x"},
+        {doc("a\\bin3 \n\t\rb"), "a\r\n \rb"},
+        {open_doc("\\bin50 abc"), "abcRTF-Error(3): "},
     });
 }
 
 TEST(Rtf2Ansi, HexadecimalEscapes) {
     expect_all({
         {doc("\\'E9\\'e9\\'ff"), "\xE9\xE9\xFF"},
-        {doc("\\'1f\\'20\\'00x"), " x"},        // control codes are dropped, the blank is not
-        {doc("\\'e\r\n9"), "\xE9"}, {doc("{\\fonttbl\\'e9}{\\*\\foo\\'41}x"), "x"},
-        {doc("\\'4{x}1"), "xA"},                 // a group reads text, then takes the escape up again
-        {doc("{\\'4}\\'41"), "D1"},               // a cut pair's digit is the first of the next
-        {doc("\\'4\\'41"), "D1"}, {doc("ok\\'zz"), "okRTF-Error(4): z}"},
-        {doc("\\'g0"), "RTF-Error(4): 0}"}, {doc("\\' 41"), "RTF-Error(4): 41}"},
+        {doc("\\'1f\\'20\\'00x"), " x"},  // control codes are dropped, the blank is not
+        {doc("\\'e\r\n9"), "\xE9"},
+        {doc("{\\fonttbl\\'e9}{\\*\\foo\\'41}x"), "x"},
+        {doc("\\'4{x}1"), "xA"},     // a group reads text, then takes the escape up again
+        {doc("{\\'4}\\'41"), "D1"},  // a cut pair's digit is the first of the next
+        {doc("\\'4\\'41"), "D1"},
+        {doc("ok\\'zz"), "okRTF-Error(4): z}"},
+        {doc("\\'g0"), "RTF-Error(4): 0}"},
+        {doc("\\' 41"), "RTF-Error(4): 41}"},
     });
 }
 
@@ -113,18 +130,21 @@ TEST(Rtf2Ansi, ErrorTextsAndDeepNestingStayInTheBuffer) {
     std::string crlf;
     while (crlf.size() < lines.size()) crlf += "\r\n";
     expect_all({
-        {open_doc("abc"), "abcRTF-Error(3): "}, {open_doc("{{a}"), "aRTF-Error(3): "},
-        {open_doc("\\'e"), "RTF-Error(3): "}, {doc("a}b"), "abRTF-Error(1): "},
+        {open_doc("abc"), "abcRTF-Error(3): "},
+        {open_doc("{{a}"), "aRTF-Error(3): "},
+        {open_doc("\\'e"), "RTF-Error(3): "},
+        {doc("a}b"), "abRTF-Error(1): "},
         {doc("}}x\ty\nz"), "RTF-Error(1): x y\r\nz}"},
-        {open_doc("\\"), "RTF-Error(7): "}, {open_doc("\\li-"), "RTF-Error(7): "},
+        {open_doc("\\"), "RTF-Error(7): "},
+        {open_doc("\\li-"), "RTF-Error(7): "},
         {open_doc("x\\li"), "xRTF-Error(3): "},
         {doc("}}" + std::string(150, 't')), "RTF-Error(1): " + std::string(100, 't')},
         {"{\\rtf1 " + std::string(5000, '{') + "x" + std::string(5000, '}') + "}", "x"},
         {"{\\rtf1 a" + std::string(100000, '{') + "x", "aRTF-Error(2): " + std::string(100, '{')},
         {lines, crlf.substr(0, lines.size())},
     });
-    const char *pieces[] = {"{", "}", "}", "\\par ", "\\*", "\\foo", "\\bin", "\\bin2 ", "7", "\\'", "e9",
-                            "4", "g", "\\", "\\li-", "\n", "\t", "text ", "\\fonttbl ", "\\pict", "\\{", "-"};
+    const char *pieces[] = {"{", "}", "}",  "\\par ", "\\*", "\\foo", "\\bin", "\\bin2 ",    "7",      "\\'", "e9",
+                            "4", "g", "\\", "\\li-",  "\n",  "\t",    "text ", "\\fonttbl ", "\\pict", "\\{", "-"};
     std::mt19937 random(20240315);
     for (int n = 0; n < 3000; ++n) {
         std::string text = "{\\rtf1";

@@ -25,9 +25,13 @@ TEST(ProfileSettings, WhereEachStoreKeepsTheValue) {
     {
         ProfileType type(1);
         ASSERT_TRUE(type.active);
-        const struct { const char *file, *section, *path; } cases[] = {
+        const struct {
+            const char *file, *section, *path;
+        } cases[] = {
             {"", "S", ".DEFAULT\\PASKWERK\\EMPTY\\S"},
-            {"B\xFC" "ro 1.ini", "a-b_c", ".DEFAULT\\PASKWERK\\B#RO#1#INI\\A-B_C"},
+            {"B\xFC"
+             "ro 1.ini",
+             "a-b_c", ".DEFAULT\\PASKWERK\\B#RO#1#INI\\A-B_C"},
         };
         for (const auto &c : cases) {
             char value[32] = "";
@@ -133,8 +137,8 @@ namespace {
 int report_zoom(const std::vector<std::string> &args) {
     std::FILE *f = std::fopen(args.at(0).c_str(), "w");
     if (!f) return 1;
-    std::fprintf(f, "%g %d %d %d %d", koGetScreenZoom(), int(koUnitCX()), int(koUnitCY()),
-                 int(koPixelFromUnitsCX(10)), int(koPixelToUnitsCY(100)));
+    std::fprintf(f, "%g %d %d %d %d", koGetScreenZoom(), int(koUnitCX()), int(koUnitCY()), int(koPixelFromUnitsCX(10)),
+                 int(koPixelToUnitsCY(100)));
     return std::fclose(f), 0;
 }
 TEST_CHILD_ROLE("zoom-report", report_zoom);
@@ -146,8 +150,10 @@ TEST_CHILD_ROLE("zoom-report", report_zoom);
 TEST(ScreenZoom, ReadOnceFromThePublicProfileAtFirstUse) {
     const int32_t saved = koGetPublicLong("TARNGDI", "Zoom", 0);
     const std::string out = test_env::join(test_env::temp_folder("zoom"), "zoom.txt");
-    const struct { int32_t setting; const char *report; } cases[] = {
-        {0, "1 8 16 20 50"}, {3, "1.3125 10 21 25 38"}, {7, "1 8 16 20 50"}};
+    const struct {
+        int32_t setting;
+        const char *report;
+    } cases[] = {{0, "1 8 16 20 50"}, {3, "1.3125 10 21 25 38"}, {7, "1 8 16 20 50"}};
     for (const auto &c : cases) {
         koWritePublicLong("TARNGDI", "Zoom", c.setting);
         ASSERT_EQ(harness::run_child({"--role", "zoom-report", out}), 0);

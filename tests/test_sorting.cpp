@@ -59,8 +59,10 @@ Traced sort_traced(Sorter s, std::vector<int32_t> keys, int32_t threshold = 0) {
 // The memory array form, or with `file` the file array form, `p` being a HANDLE *.
 int32_t sort_array(Sorter s, bool file, void *p, int32_t n, int32_t size) {
     HANDLE *h = static_cast<HANDLE *>(p);
-    if (s == kBubble) return file ? koBubbleSortFileArray(h, n, size, nullptr) : koBubbleSortMemoryArray(p, n, size, nullptr);
-    if (s == kShell) return file ? koShellSortFileArray(h, n, size, nullptr) : koShellSortMemoryArray(p, n, size, nullptr);
+    if (s == kBubble)
+        return file ? koBubbleSortFileArray(h, n, size, nullptr) : koBubbleSortMemoryArray(p, n, size, nullptr);
+    if (s == kShell)
+        return file ? koShellSortFileArray(h, n, size, nullptr) : koShellSortMemoryArray(p, n, size, nullptr);
     return file ? koQuickSortFileArray(h, n, size, nullptr, 0) : koQuickSortMemoryArray(p, n, size, nullptr, 0);
 }
 
@@ -104,7 +106,11 @@ TEST(Sorting, QuickSortFollowsTheStepsOver18Records) {
     for (int32_t k = 0; k < 18; ++k) reversed.push_back(17 - k), ordered.push_back(k);
     crossing = ordered, crossing[9] = 20, crossing[10] = 3;  // the scans cross: i = j + 1
     midLargest[8] = 9;
-    const struct { std::vector<int32_t> keys; const char *start; int gets, compares, sets; } cases[] = {
+    const struct {
+        std::vector<int32_t> keys;
+        const char *start;
+        int gets, compares, sets;
+    } cases[] = {
         {reversed,
          "g8 g4 g12 c s4 s12 g4 g12 c c "
          "g0 g17 c c s0 s17 g1 g16 c c s1 s16 g2 g15 c c s2 s15 g3 g14 c c s3 s14 "
@@ -148,7 +154,8 @@ TEST(Sorting, RandomArraysEndInTheOrderEachSorterPromises) {
     koBubbleSortMemoryArray(records.data(), 300, 8, key_compare);
     for (size_t i = 0; i < records.size(); i += 2) {
         ASSERT_EQ(records[i], before.at(size_t(records[i + 1]) * 2)) << "record " << i / 2 << " came apart";
-        if (i > 0) ASSERT_LT(std::make_pair(records[i - 2], records[i - 1]), std::make_pair(records[i], records[i + 1]));
+        if (i > 0)
+            ASSERT_LT(std::make_pair(records[i - 2], records[i - 1]), std::make_pair(records[i], records[i + 1]));
     }
 }
 
@@ -185,8 +192,15 @@ TEST(Sorting, FileArraysTakeTheirCountFromTheFile) {
 // caller's own are called with a null context all the same. Without a handle the file arrays
 // sort nothing; a record size below 1 is still the result.
 TEST(Sorting, NullContextOrHandleSortsNothing) {
-    const struct { koSortGetProc get; koSortSetProc set; bool sorted; } cases[] = {
-        {nullptr, nullptr, false}, {nullptr, traced_set, false}, {traced_get, nullptr, false}, {traced_get, traced_set, true},
+    const struct {
+        koSortGetProc get;
+        koSortSetProc set;
+        bool sorted;
+    } cases[] = {
+        {nullptr, nullptr, false},
+        {nullptr, traced_set, false},
+        {traced_get, nullptr, false},
+        {traced_get, traced_set, true},
     };
     for (const auto &c : cases)
         for (Sorter s : kSorters) {

@@ -25,9 +25,19 @@ protected:
 }  // namespace
 
 TEST(Trim, OnlyBlanksAndOnlyAsciiLettersAndEmptyTokens) {
-    const struct { decltype(&llstrtrim) fn; const char *in, *out; } cases[] = {
-        {llstrtrim, "  a b ", "a b "}, {llstrtrim, "\ta", "\ta"}, {lstrtrim, "a b  ", "a b"},
-        {lstrtrim, "  ", ""},          {lstrupr, "`az{\xE4" "b1", "`AZ{\xE4" "B1"},
+    const struct {
+        decltype(&llstrtrim) fn;
+        const char *in, *out;
+    } cases[] = {
+        {llstrtrim, "  a b ", "a b "},
+        {llstrtrim, "\ta", "\ta"},
+        {lstrtrim, "a b  ", "a b"},
+        {lstrtrim, "  ", ""},
+        {lstrupr,
+         "`az{\xE4"
+         "b1",
+         "`AZ{\xE4"
+         "B1"},
     };
     for (const auto &c : cases) {
         char buf[32];
@@ -44,8 +54,15 @@ TEST(Trim, OnlyBlanksAndOnlyAsciiLettersAndEmptyTokens) {
 TEST_F(FixedMode, ParamTextByIndexAndByName) {
     EXPECT_EQ(koParamTokenCnt("a;"), 1) << "a trailing ; opens no token";
     EXPECT_EQ(koParamTokenCnt("a;;b"), 3);
-    const struct { const char *text; int32_t index, found; const char *name, *value; } byIndex[] = {
-        {"a;b", 2, 0, "", ""}, {"a;;b", 1, 1, "", ""}, {"a=b=c", 0, 1, "a", "b=c"}, {"Text=ab\r\ncd;", 0, 1, "Text", "abcd"},
+    const struct {
+        const char *text;
+        int32_t index, found;
+        const char *name, *value;
+    } byIndex[] = {
+        {"a;b", 2, 0, "", ""},
+        {"a;;b", 1, 1, "", ""},
+        {"a=b=c", 0, 1, "a", "b=c"},
+        {"Text=ab\r\ncd;", 0, 1, "Text", "abcd"},
     };
     for (const auto &c : byIndex) {
         char name[32] = "stale", value[32] = "stale";
@@ -53,9 +70,14 @@ TEST_F(FixedMode, ParamTextByIndexAndByName) {
         EXPECT_EQ(std::string(name) + "|" + value, std::string(c.name) + "|" + c.value) << c.text;
     }
     const std::string long_name(200, 'N'), longest_name(127, 'N');
-    const struct { std::string text, name; int32_t found; const char *value; } byName[] = {
-        {"File=a.txt;Cmd=open;", "cmd", 1, "open"}, {"Cmd = open", "Cmd", 0, ""}, {"Umlaut\x84=1", "UMLAUT\x8E", 1, "1"},
-        {long_name + "=1;x=2", "x", 1, "2"}, {long_name + "=1", longest_name, 0, ""}, {longest_name + "=7", longest_name, 1, "7"},
+    const struct {
+        std::string text, name;
+        int32_t found;
+        const char *value;
+    } byName[] = {
+        {"File=a.txt;Cmd=open;", "cmd", 1, "open"}, {"Cmd = open", "Cmd", 0, ""},
+        {"Umlaut\x84=1", "UMLAUT\x8E", 1, "1"},     {long_name + "=1;x=2", "x", 1, "2"},
+        {long_name + "=1", longest_name, 0, ""},    {longest_name + "=7", longest_name, 1, "7"},
     };
     for (const auto &c : byName) {
         char value[32] = "stale";
@@ -63,7 +85,10 @@ TEST_F(FixedMode, ParamTextByIndexAndByName) {
         EXPECT_STREQ(value, c.value);
     }
     TARN_WCHAR wide[300];
-    EXPECT_EQ(koParamTokenGetByNameU("Name=\xE4" "b;x=1", "name", wide), 1);
+    EXPECT_EQ(koParamTokenGetByNameU("Name=\xE4"
+                                     "b;x=1",
+                                     "name", wide),
+              1);
     EXPECT_EQ(units(wide), (std::vector<unsigned>{0xE4, 'b'}));
     EXPECT_EQ(koParamTokenGetByNameU(("v=" + std::string(300, 'x')).c_str(), "v", wide), 1);
     EXPECT_EQ(lstrlen_U(wide), 255u);
@@ -72,7 +97,10 @@ TEST_F(FixedMode, ParamTextByIndexAndByName) {
 }
 
 TEST_F(FixedMode, UpperStrCmpFoldsOemUmlautsOnly) {
-    const struct { const char *a, *b; int32_t result; } cases[] = {
+    const struct {
+        const char *a, *b;
+        int32_t result;
+    } cases[] = {
         {"", "a", -1},    {"ab", "a", 1},   {"abc", "ABC", 0},   {"\x84", "\x8E", 0},
         {"\x84", "a", 0}, {"\xE1", "S", 0}, {"\xE4", "\xC4", 1}, {"B", "\xE4", -1},
     };
@@ -81,9 +109,17 @@ TEST_F(FixedMode, UpperStrCmpFoldsOemUmlautsOnly) {
 }
 
 TEST(Counter, AddsKeepingTheTemplate) {
-    const struct { const char *s; int32_t add, max_len; const char *result; } cases[] = {
-        {"0099", 1, 4, "0100"}, {"99", 1, 2, "00"}, {"A-10", -1, 10, "A-09"}, {"X9", 1, 3, "1X0"},
-        {"2147483647", 1, 20, "-2147483648"}, {"00000000000000000009", 1, 20, "00000000000000000010"},
+    const struct {
+        const char *s;
+        int32_t add, max_len;
+        const char *result;
+    } cases[] = {
+        {"0099", 1, 4, "0100"},
+        {"99", 1, 2, "00"},
+        {"A-10", -1, 10, "A-09"},
+        {"X9", 1, 3, "1X0"},
+        {"2147483647", 1, 20, "-2147483648"},
+        {"00000000000000000009", 1, 20, "00000000000000000010"},
         {"1234567890123456789012345", 1, 30, "1234567890123456789012345"},
     };
     for (const auto &c : cases) EXPECT_STREQ(lAddStrWert(c.s, c.add, c.max_len), c.result) << c.s;
@@ -98,24 +134,44 @@ TEST(Counter, AddsKeepingTheTemplate) {
 
 // Soft breaks are CR CR LF.
 TEST(TextLines, FindsCopiesAndWrapsLines) {
-    const struct { const char *text; int32_t line; int offset; } starts[] = {
-        {"a\r\r\nb", 1, 4}, {"a\rb\nc", 1, 4}, {"a\n", 2, -1}, {"ab", -1, -1},
+    const struct {
+        const char *text;
+        int32_t line;
+        int offset;
+    } starts[] = {
+        {"a\r\r\nb", 1, 4},
+        {"a\rb\nc", 1, 4},
+        {"a\n", 2, -1},
+        {"ab", -1, -1},
     };
     for (const auto &c : starts) {
         const char *p = koGetTextLineStart(c.text, c.line);
         EXPECT_EQ(p == nullptr ? -1 : static_cast<int>(p - c.text), c.offset) << "line " << c.line;
     }
-    const struct { const char *text; int32_t line, size, found; const char *out; } copies[] = {
-        {"a\r\r\nb", 0, 10, 1, "a"}, {"a\n\nb", 1, 10, 1, ""}, {"abcdef", 0, 4, 1, "abc"}, {"ab\n", 1, 10, 0, "stale"},
+    const struct {
+        const char *text;
+        int32_t line, size, found;
+        const char *out;
+    } copies[] = {
+        {"a\r\r\nb", 0, 10, 1, "a"},
+        {"a\n\nb", 1, 10, 1, ""},
+        {"abcdef", 0, 4, 1, "abc"},
+        {"ab\n", 1, 10, 0, "stale"},
     };
     for (const auto &c : copies) {
         char out[16] = "stale";
         EXPECT_EQ(koCopyTextLine(c.text, c.line, out, c.size), c.found) << c.text;
         EXPECT_STREQ(out, c.out) << c.text;
     }
-    const struct { const char *text; int32_t width; BOOL squeeze; const char *out; } wraps[] = {
-        {"aaa bbb", 5, 0, "aaa \r\r\nbbb\r\n"}, {"abcdefgh", 3, 0, "abc\r\r\ndef\r\r\ngh\r\n"}, {"a-b-c", 4, 0, "a-b-\r\r\nc\r\n"},
-        {"ab\ncd", 10, 0, "ab\r\ncd\r\n"}, {"aaa bbb", 0, 0, "aaa bbb"}, {"  a   b", 10, 1, "a b\r\n"},
+    const struct {
+        const char *text;
+        int32_t width;
+        BOOL squeeze;
+        const char *out;
+    } wraps[] = {
+        {"aaa bbb", 5, 0, "aaa \r\r\nbbb\r\n"}, {"abcdefgh", 3, 0, "abc\r\r\ndef\r\r\ngh\r\n"},
+        {"a-b-c", 4, 0, "a-b-\r\r\nc\r\n"},     {"ab\ncd", 10, 0, "ab\r\ncd\r\n"},
+        {"aaa bbb", 0, 0, "aaa bbb"},           {"  a   b", 10, 1, "a b\r\n"},
     };
     for (const auto &c : wraps) {
         char buf[64];
@@ -143,14 +199,29 @@ TEST_F(FixedMode, CopyConvertersAndBstrKeepByteNumbers) {
 // Longs follow atol with a 32-bit wrap. For doubles a comma anywhere makes the text German: dots
 // group thousands and the comma is the point; no infinity, NaN or hexadecimal spellings.
 TEST(NumberText, LongAndDoubleTexts) {
-    const struct { const char *s; int32_t value; } longs[] = {
+    const struct {
+        const char *s;
+        int32_t value;
+    } longs[] = {
         {"  -45x", -45}, {"+7", 7}, {"- 5", 0}, {"2147483648", INT32_MIN}, {"4294967297", 1},
     };
     for (const auto &c : longs) EXPECT_EQ(StringToLong(c.s), c.value) << c.s;
-    const struct { std::string s; double value; } doubles[] = {
-        {"1.234,56", 1234.56}, {"1234.56", 1234.56}, {"1 234,5", 1234.5},  {"1.234.567", 1.234},
-        {"12abc", 12.0},       {"1,5e2", 150.0},     {"-,5", -0.5},        {"1e-400", 0.0},
-        {"-infinity", 0.0},    {"+NAN(1)", 0.0},     {" 0X1p4", 0.0},      {"", 0.0},
+    const struct {
+        std::string s;
+        double value;
+    } doubles[] = {
+        {"1.234,56", 1234.56},
+        {"1234.56", 1234.56},
+        {"1 234,5", 1234.5},
+        {"1.234.567", 1.234},
+        {"12abc", 12.0},
+        {"1,5e2", 150.0},
+        {"-,5", -0.5},
+        {"1e-400", 0.0},
+        {"-infinity", 0.0},
+        {"+NAN(1)", 0.0},
+        {" 0X1p4", 0.0},
+        {"", 0.0},
         {std::string(39, '1') + "999", 1.11111111111111111111111111111111111111e38},
     };
     for (const auto &c : doubles) EXPECT_DOUBLE_EQ(StringToDouble(c.s.c_str()), c.value) << c.s;

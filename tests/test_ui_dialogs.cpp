@@ -39,7 +39,10 @@ TEST_F(DateDialogs, WorkDateDialog) {
     ui.dialog = [](TarnUiDialog *d) { tarnUiDialogSetText(d, 102, "+1"), tarnUiDialogLeave(d, 102); };
     EXPECT_EQ(ld_WorkDateSetup(nullptr), 0);
     EXPECT_EQ(ld_Today(), 20240315);
-    const struct { const char *typed; int32_t expect; } cases[] = {{"0", 20240315} /* no date */, {"12/25", 20251201}};
+    const struct {
+        const char *typed;
+        int32_t expect;
+    } cases[] = {{"0", 20240315} /* no date */, {"12/25", 20251201}};
     for (const auto &c : cases) {
         ui.dialog = [&](TarnUiDialog *d) { tarnUiDialogSetText(d, 102, c.typed), tarnUiDialogPress(d, 103); };
         EXPECT_EQ(ld_WorkDateSetup(nullptr), 1) << c.typed;
@@ -63,8 +66,8 @@ TEST_F(DateDialogs, DateFilterFillsBothDatesOnlyWhenAccepted) {
             tarnUiDialogPress(d, button);
         };
         EXPECT_EQ(ld_GetFilter(nullptr, &from, &to), button == 103 ? 1 : 0);
-        EXPECT_EQ(std::vector<int32_t>({from, to}), button == 103 ? std::vector<int32_t>({20240405, 20240315})
-                                                                  : std::vector<int32_t>({20240101, 0}));
+        EXPECT_EQ(std::vector<int32_t>({from, to}),
+                  button == 103 ? std::vector<int32_t>({20240405, 20240315}) : std::vector<int32_t>({20240101, 0}));
     }
     EXPECT_EQ(ui.dialogs, std::vector<std::string>({"DateFiltDlg", "DateFiltDlg"}));
 }

@@ -66,8 +66,11 @@ TEST(CachedFile, ReferencesAndInterfaces) {
     GUID other = own, unknown = {0, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
     other.Data4[7] ^= 1;
     const int32_t kNo = int32_t(0x80004002u);
-    const struct { const GUID *iid; bool out; int32_t hr; } cases[] = {
-        {&own, true, 0}, {&unknown, true, 0}, {&other, true, kNo}, {nullptr, true, kNo}, {&own, false, kNo}};
+    const struct {
+        const GUID *iid;
+        bool out;
+        int32_t hr;
+    } cases[] = {{&own, true, 0}, {&unknown, true, 0}, {&other, true, kNo}, {nullptr, true, kNo}, {&own, false, kNo}};
     const uint32_t before = live_blocks();
     for (const auto &c : cases) {
         IXFileCached *f = CreateIXFileCached();
@@ -94,8 +97,10 @@ TEST(CachedFile, PositionsAndCountsAtTheirLimits) {
     Cached f;
     ASSERT_EQ(f->Create(f.o, new_path("xfc_limits").c_str()), 1);
     const char data[] = "0123456789";
-    const struct { const char *buffer; int32_t count, result; } writes[] = {
-        {data, -1, 0}, {nullptr, 0, 1}, {nullptr, 5, 0}, {data, 3, 1}};
+    const struct {
+        const char *buffer;
+        int32_t count, result;
+    } writes[] = {{data, -1, 0}, {nullptr, 0, 1}, {nullptr, 5, 0}, {data, 3, 1}};
     for (const auto &c : writes) EXPECT_EQ(f->Write(f.o, c.buffer, c.count), c.result) << c.count;
     EXPECT_EQ(f.seek(4) + f.seek(-1), 0) << "seeks reach the end but not beyond it";
     EXPECT_EQ(f.pos(), 3u) << "a failed seek leaves the position";
@@ -104,8 +109,11 @@ TEST(CachedFile, PositionsAndCountsAtTheirLimits) {
     EXPECT_EQ(f.put('3'), 1) << "putting at the end grows the file";
     ASSERT_EQ(f->Write(f.o, data + 4, 6), 1);
     char buf[16] = {};
-    const struct { int32_t at; char *buffer; int32_t count, result; } reads[] = {
-        {0, nullptr, 5, 0}, {0, buf, 0, 0}, {7, buf, 10, 3}, {10, buf, 1, 0}};
+    const struct {
+        int32_t at;
+        char *buffer;
+        int32_t count, result;
+    } reads[] = {{0, nullptr, 5, 0}, {0, buf, 0, 0}, {7, buf, 10, 3}, {10, buf, 1, 0}};
     for (const auto &c : reads) {
         ASSERT_EQ(f.seek(c.at), 1);
         EXPECT_EQ(f->Read(f.o, c.buffer, c.count), c.result) << c.at << "+" << c.count;
@@ -206,14 +214,21 @@ TEST(CachedFile, DataReachTheDiskOnReplacementOrClose) {
 // A block that cannot be written back or read in fails the byte operation and leaves the position;
 // a block not written back stays dirty, so the retry and Close still write everything.
 TEST(CachedFile, FailedBlockTransferFailsTheByteAndCanBeRetried) {
-    const struct { const char *call; bool put, onDisk; size_t size; int32_t at; } cases[] = {
+    const struct {
+        const char *call;
+        bool put, onDisk;
+        size_t size;
+        int32_t at;
+    } cases[] = {
         // PutByte at 3 blocks replaces the dirty upper block; GetByte in the third block of a
         // file of five replaces the dirty lower block.
-        {"WriteFile", true, false, 3 * kBlock, 3 * kBlock}, {"SetFilePointer", true, false, 3 * kBlock, 3 * kBlock},
+        {"WriteFile", true, false, 3 * kBlock, 3 * kBlock},
+        {"SetFilePointer", true, false, 3 * kBlock, 3 * kBlock},
         {"WriteFile", false, false, 5 * kBlock - 100, 2 * kBlock + 500},
         {"SetFilePointer", false, false, 5 * kBlock - 100, 2 * kBlock + 500},
         // Reading in block 0, the lower block at its start base, the upper block replaced.
-        {"ReadFile", false, true, 4 * kBlock - 3, 0}, {"ReadFile", false, true, 4 * kBlock - 3, kBlock + 9},
+        {"ReadFile", false, true, 4 * kBlock - 3, 0},
+        {"ReadFile", false, true, 4 * kBlock - 3, kBlock + 9},
         {"ReadFile", false, true, 4 * kBlock - 3, 3 * kBlock + 17},
         {"SetFilePointer", false, true, 4 * kBlock - 3, 3 * kBlock},
     };
@@ -273,12 +288,17 @@ TEST(CachedFile, TwoTemporaryFilesOfOneSecondShareTheirFile) {
 
 // CR is dropped, and only a CR counts against the size; below 2 only the zero byte is stored.
 TEST(CachedFile, ReadLineDropsCrAndOnlyCrCountsAgainstTheSize) {
-    const struct { const char *text; int32_t size; std::vector<std::string> lines; } cases[] = {
+    const struct {
+        const char *text;
+        int32_t size;
+        std::vector<std::string> lines;
+    } cases[] = {
         {"one\r\ntwo\n\nthree", 64, {"one", "two", "", "three"}},
-        {"ab\rcd\n", 3, {"abcd"}},                 // a CR inside the line is dropped
-        {"ab\r\ncd\r\n", 2, {"ab", "", "cd", ""}}, // but with size 2 it ends the line and leaves the LF
+        {"ab\rcd\n", 3, {"abcd"}},                        // a CR inside the line is dropped
+        {"ab\r\ncd\r\n", 2, {"ab", "", "cd", ""}},        // but with size 2 it ends the line and leaves the LF
         {"0123456789abcdef\n", 4, {"0123456789abcdef"}},  // ordinary bytes never count
-        {"", 64, {}}, {"abc\n", 1, {}},
+        {"", 64, {}},
+        {"abc\n", 1, {}},
     };
     const std::string path = new_path("xfc_readline");
     for (const auto &c : cases) {
@@ -300,11 +320,17 @@ TEST(CachedFile, ReadLineDropsCrAndOnlyCrCountsAgainstTheSize) {
 // The memory text skips empty lines and cuts long ones; below 2 it stores an empty text and does
 // not move on. The file's lines are always terminated.
 TEST(LineSources, MemoryAndFileLines) {
-    const struct { const char *text; int32_t size; std::vector<std::string> lines; } cases[] = {
+    const struct {
+        const char *text;
+        int32_t size;
+        std::vector<std::string> lines;
+    } cases[] = {
         {"a\r\n\r\nb", 16, {"a", "b"}},
-        {"\n\nx", 16, {"", "x"}},               // a run at the very start still ends one line
-        {"abc\ndef", 4, {"abc", "", "def"}},     // cut, the rest comes next, even right before the line end
-        {"ab", 1, std::vector<std::string>(10, "")}, {"", 16, {}}, {nullptr, 16, {}},
+        {"\n\nx", 16, {"", "x"}},             // a run at the very start still ends one line
+        {"abc\ndef", 4, {"abc", "", "def"}},  // cut, the rest comes next, even right before the line end
+        {"ab", 1, std::vector<std::string>(10, "")},
+        {"", 16, {}},
+        {nullptr, 16, {}},
     };
     char buf[64];
     for (const auto &c : cases) {

@@ -35,7 +35,11 @@ int32_t pos(HANDLE h) { return X_Seek(h, 0, 1); }
 
 TEST_F(XFiles, SeekMovesByOriginAndRefusesOthersWithoutMoving) {
     HANDLE h = open_with("seek", "0123456789");
-    const struct { int32_t offset; uint16_t origin; int32_t result, after; } cases[] = {
+    const struct {
+        int32_t offset;
+        uint16_t origin;
+        int32_t result, after;
+    } cases[] = {
         {4, 0, 4, 4}, {3, 1, 7, 7}, {-2, 2, 8, 8}, {5, 3, -1, 8}, {-9, 1, -1, 8}, {20, 0, 20, 20},
     };
     for (const auto &c : cases) {
@@ -46,8 +50,16 @@ TEST_F(XFiles, SeekMovesByOriginAndRefusesOthersWithoutMoving) {
 }
 
 TEST_F(XFiles, ReadlnSplitsAtLineFeedsAndStopsAtCarriageReturns) {
-    struct Line { int32_t result; const char *text; int32_t after; };
-    const struct { const char *bytes; int32_t size; std::vector<Line> lines; } cases[] = {
+    struct Line {
+        int32_t result;
+        const char *text;
+        int32_t after;
+    };
+    const struct {
+        const char *bytes;
+        int32_t size;
+        std::vector<Line> lines;
+    } cases[] = {
         // A CR ends the string, the line is still consumed up to its LF; the last line needs none.
         {"ab\rcd\nef", 64, {{1, "ab", 6}, {1, "ef", 8}, {0, "", 8}}},
         // A line longer than the buffer comes in pieces of size - 1 bytes.
@@ -67,10 +79,16 @@ TEST_F(XFiles, ReadlnSplitsAtLineFeedsAndStopsAtCarriageReturns) {
 }
 
 TEST_F(XFiles, WritelnAppendsCrLfAndJudgesOnlyTheSixteenBitCount) {
-    const struct { const char *text; int32_t failingWrite; const char *bytes; } cases[] = {
-        {"abc", 0, "abc\r\n"}, {nullptr, 0, "\r\n"},
+    const struct {
+        const char *text;
+        int32_t failingWrite;
+        const char *bytes;
+    } cases[] = {
+        {"abc", 0, "abc\r\n"},
+        {nullptr, 0, "\r\n"},
         // A failed write answers -1, which is not 0: the failure goes unnoticed.
-        {"abc", 1, "\r\n"}, {"abc", 2, "abc"},
+        {"abc", 1, "\r\n"},
+        {"abc", 2, "abc"},
     };
     for (const auto &c : cases) {
         HANDLE h = X_Creat(path("writeln").c_str());
@@ -84,7 +102,10 @@ TEST_F(XFiles, WritelnAppendsCrLfAndJudgesOnlyTheSixteenBitCount) {
 
 TEST_F(XFiles, ReadAndWriteAnswerWithSixteenBitCounts) {
     const std::string data = pattern_bytes(65535);
-    const struct { uint16_t count; int16_t result; } cases[] = {{0, 0}, {32767, 32767}, {32768, -32768}, {65535, -1}};
+    const struct {
+        uint16_t count;
+        int16_t result;
+    } cases[] = {{0, 0}, {32767, 32767}, {32768, -32768}, {65535, -1}};
     for (const auto &c : cases) {
         HANDLE h = X_Creat(path("counts").c_str());
         EXPECT_EQ(X_Write(h, data.data(), c.count), c.result) << c.count;
@@ -103,8 +124,9 @@ TEST_F(XFiles, LargeTransfersGoBeyondSixteenBitsAndFailOnAnyChunk) {
     HANDLE h = X_Creat(path("large").c_str());
     EXPECT_EQ(X_lWrite(h, data.data(), int32_t(data.size())), 100000);
     EXPECT_EQ(X_lWrite(h, data.data(), 0), 0);
-    const struct { int32_t from, count, result; } reads[] = {
-        {0, 150000, 100000}, {99000, 8192, 1000}, {100000, 10, 0}, {5, 0, 0}};
+    const struct {
+        int32_t from, count, result;
+    } reads[] = {{0, 150000, 100000}, {99000, 8192, 1000}, {100000, 10, 0}, {5, 0, 0}};
     for (const auto &r : reads) {
         ASSERT_EQ(X_Seek(h, r.from, 0), r.from);
         std::string back(size_t(std::max(r.count, 1)), '\0');
@@ -124,9 +146,14 @@ TEST_F(XFiles, LargeTransfersGoBeyondSixteenBitsAndFailOnAnyChunk) {
 
 TEST_F(XFiles, OpenAndCreatHonourAccessAndExistence) {
     harness::write_file(path("here"), "hello");
-    const struct { std::string name; int32_t write; bool opens, writes; } cases[] = {
-        {path("here"), 0, true, false}, {path("here"), 1, true, true}, {path("missing"), 1, false, false},
-        {dir_, 0, false, false}};
+    const struct {
+        std::string name;
+        int32_t write;
+        bool opens, writes;
+    } cases[] = {{path("here"), 0, true, false},
+                 {path("here"), 1, true, true},
+                 {path("missing"), 1, false, false},
+                 {dir_, 0, false, false}};
     for (const auto &c : cases) {
         HANDLE h = X_Open(c.name.c_str(), c.write);
         EXPECT_EQ(h != TARN_INVALID_HANDLE, c.opens) << c.name << " " << c.write;

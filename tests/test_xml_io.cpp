@@ -76,14 +76,20 @@ protected:
 const std::string kDecl = "<?xml version=\"1.0\"?>", kBom = "\xEF\xBB\xBF";
 
 using Reader = XML_Node *(TARN_CALL *)(const char *);
-const Reader plain = koXML_CreateTreeEx, compatible = koXML_CreateTreeExKompatible, bracket = koXML_CreateTreeExFromGAEB2K;
+const Reader plain = koXML_CreateTreeEx, compatible = koXML_CreateTreeExKompatible,
+             bracket = koXML_CreateTreeExFromGAEB2K;
 
 // What each file reader makes of the start of a file, its encoding, white space and, in the
 // bracket form, of blocks and fields.
 TEST_F(XmlIo, FileReadersDecodeAndStructureTheirInput) {
     const auto utf8 = [](const char *bytes) { return kBom + kDecl + "<a>x" + bytes + "y</a>"; };
     const std::string ws = kDecl + "\r\n<a v=\"  x y\r\nz\">\r\n  two words\r\n  <b>\tc d </b>\r\n</a>\r\n";
-    const struct { const char *what; Reader read; std::string bytes; const char *expect; } cases[] = {
+    const struct {
+        const char *what;
+        Reader read;
+        std::string bytes;
+        const char *expect;
+    } cases[] = {
         {"no declaration", plain, "<a>x</a>", "null"},
         {"declaration in upper case", compatible, "<?XML version=\"1.0\"?><a>x</a>", "null"},
         {"shorter than the declaration", plain, "<?xml", "null"},
@@ -91,10 +97,14 @@ TEST_F(XmlIo, FileReadersDecodeAndStructureTheirInput) {
         {"flag 0 reads ANSI", plain, kDecl + "<a>\xC3\xA4</a>", "a=\xC3\xA4"},
         {"mark makes UTF-8", plain, kBom + kDecl + "<a>\xC3\xA4</a>", "a=\xE4"},
         {"flag 1 without encoding is UTF-8", compatible, kDecl + "<a>\xC3\xA4</a>", "a=\xE4"},
-        {"windows-1252 any case", compatible, "<?xml version=\"1.0\" encoding=\"Windows-1252\"?><a>\xC3\xA4</a>", "a=\xC3\xA4"},
-        {"single quotes read ANSI", compatible, "<?xml version=\"1.0\" encoding='UTF-8'?><a>\xC3\xA4</a>", "a=\xC3\xA4"},
-        {"unknown name reads ANSI", compatible, "<?xml version=\"1.0\" encoding=\"UTF-16\"?><a>\xC3\xA4</a>", "a=\xC3\xA4"},
-        {"Latin name beats the mark", compatible, kBom + "<?xml version=\"1.0\" encoding=\"CP1252\"?><a>\xC3\xA4</a>", "a=\xC3\xA4"},
+        {"windows-1252 any case", compatible, "<?xml version=\"1.0\" encoding=\"Windows-1252\"?><a>\xC3\xA4</a>",
+         "a=\xC3\xA4"},
+        {"single quotes read ANSI", compatible, "<?xml version=\"1.0\" encoding='UTF-8'?><a>\xC3\xA4</a>",
+         "a=\xC3\xA4"},
+        {"unknown name reads ANSI", compatible, "<?xml version=\"1.0\" encoding=\"UTF-16\"?><a>\xC3\xA4</a>",
+         "a=\xC3\xA4"},
+        {"Latin name beats the mark", compatible, kBom + "<?xml version=\"1.0\" encoding=\"CP1252\"?><a>\xC3\xA4</a>",
+         "a=\xC3\xA4"},
         {"UTF-8 two bytes", plain, utf8("\xC3\x9F"), "a=x\xDFy"},
         {"UTF-8 three bytes, euro", plain, utf8("\xE2\x82\xAC"), "a=x\x80y"},
         {"UTF-8 not in the code page", plain, utf8("\xE2\x86\x92"), "a=x?y"},
@@ -107,14 +117,17 @@ TEST_F(XmlIo, FileReadersDecodeAndStructureTheirInput) {
         {"flag 0 drops blanks and line ends", plain, ws, "a=twowords{v@1=x yz;b=cd}"},
         {"flag 1 keeps them", compatible, ws, "a=\\r\\n  two words\\r\\n  {v@1=  x y\\r\\nz;b=c d }"},
         {"not the bracket form", bracket, "#begin[Gaeb]\r\n[Kurztext]Hallo[end]\r\n#end[Gaeb]\r\n", "Root"},
-        {"nested and indented, LF only", bracket, "#begin[GAEB]\n  #begin[Info]\n    [Version]1.2[end]\n  #end[Info]\n#end[GAEB]\n",
+        {"nested and indented, LF only", bracket,
+         "#begin[GAEB]\n  #begin[Info]\n    [Version]1.2[end]\n  #end[Info]\n#end[GAEB]\n",
          "GAEB{Info{Version@1=1.2}}"},
-        {"continuation lines lose the indent", bracket, "#begin[GAEB]\r\n   [LT]eins\r\n   zwei\r\n\r\n     drei[end]\r\n#end[GAEB]",
+        {"continuation lines lose the indent", bracket,
+         "#begin[GAEB]\r\n   [LT]eins\r\n   zwei\r\n\r\n     drei[end]\r\n#end[GAEB]",
          "GAEB{LT@1=eins\\r\\nzwei\\r\\n\\r\\n  drei}"},
         {"empty field and other lines", bracket, "#begin[GAEB]\r\nremark\r\n[Leer][end]\r\n#end[GAEB]", "GAEB{Leer@1}"},
-        {"wrong end stops the read", bracket, "#begin[GAEB]\r\n#begin[A]\r\n[x]1[end]\r\n#end[B]\r\n[y]2[end]\r\n#end[GAEB]",
-         "GAEB{A{x@1=1}}"},
-        {"RTF becomes text", bracket, "#begin[GAEB]\r\n[LT]{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 Fliese\\par 30x30}[end]\r\n#end[GAEB]",
+        {"wrong end stops the read", bracket,
+         "#begin[GAEB]\r\n#begin[A]\r\n[x]1[end]\r\n#end[B]\r\n[y]2[end]\r\n#end[GAEB]", "GAEB{A{x@1=1}}"},
+        {"RTF becomes text", bracket,
+         "#begin[GAEB]\r\n[LT]{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 Fliese\\par 30x30}[end]\r\n#end[GAEB]",
          "GAEB{LT@1=Fliese\\r\\n30x30}"},
     };
     const std::string file = path("read.txt");
@@ -126,28 +139,52 @@ TEST_F(XmlIo, FileReadersDecodeAndStructureTheirInput) {
 }
 
 TEST_F(XmlIo, EntitiesAndReferencesBecomeAnsiBytes) {
-    const struct { const char *text, *expect; } cases[] = {
-        {"&nbsp;", " "}, {"&euro;", "?"}, {"&AMP;", "?"}, {"&#228;", "\xE4"}, {"&#xE4;", "\xE4"},
+    const struct {
+        const char *text, *expect;
+    } cases[] = {
+        {"&nbsp;", " "},
+        {"&euro;", "?"},
+        {"&AMP;", "?"},
+        {"&#228;", "\xE4"},
+        {"&#xE4;", "\xE4"},
         {"&#8364;", "\xAC"},  // the low byte of the code point
-        {"&Ouml;&szlig;", "\xD6\xDF"}, {"&quot;&amp;&lt;&gt;", "\"&<>"}, {"x&amp", "x&"}, {"tab\tdropped", "tabdropped"},
+        {"&Ouml;&szlig;", "\xD6\xDF"},
+        {"&quot;&amp;&lt;&gt;", "\"&<>"},
+        {"x&amp", "x&"},
+        {"tab\tdropped", "tabdropped"},
     };
     for (const auto &c : cases) {
         EXPECT_EQ(parse_ansi(std::string("<a>") + c.text + "</a>"), std::string("a=") + c.expect) << c.text;
-        EXPECT_EQ(parse_ansi(std::string("<a v=\"") + c.text + "\"/>"), std::string("a{v@1=") + c.expect + "}") << c.text;
+        EXPECT_EQ(parse_ansi(std::string("<a v=\"") + c.text + "\"/>"), std::string("a{v@1=") + c.expect + "}")
+            << c.text;
     }
 }
 
 // Length 0 reads up to the zero, a negative one as 0; 16-bit text goes through the code page.
 TEST_F(XmlIo, StringReadersTakeTagsAttributesAndStructure) {
-    const struct { const char *text, *expect; int32_t length = 0; } cases[] = {
-        {"<?xml version=\"1.0\"?><a/>", "a"}, {"<!DOCTYPE a><!-- note --><a><?pi x?><b/><!-- c --></a>", "a{b}"},
-        {"</b>", "b"}, {"<a x= \"1\" y=\"2\"/>", "a"}, {"<a x=\"1\" y='2' z=\"3\"><b/></a>", "a{x@1=1;b}"},
-        {"<a x =\"1\"/>", "a{x @1=1}"}, {"<a><b>one</b>two<c/>three</a>", "a=three{b=one;c}"},
-        {"<a><b>1</b></></a>", "a{b=1}"}, {"<a/><b/>", "a"}, {"<a><b></c></a>", "a{b}"}, {"<a>< b/></a>", "a{a}"},
-        {"text<a/>", "Root"}, {"<a>open", "a"}, {"<a>1 > 0</a>", "a=1 > 0"},
-        {"<a>xy</a><b/>", "a=xy", -1}, {"<a>xy</a><b/>", "a", 5} /* a text cut by the end is dropped */,
+    const struct {
+        const char *text, *expect;
+        int32_t length = 0;
+    } cases[] = {
+        {"<?xml version=\"1.0\"?><a/>", "a"},
+        {"<!DOCTYPE a><!-- note --><a><?pi x?><b/><!-- c --></a>", "a{b}"},
+        {"</b>", "b"},
+        {"<a x= \"1\" y=\"2\"/>", "a"},
+        {"<a x=\"1\" y='2' z=\"3\"><b/></a>", "a{x@1=1;b}"},
+        {"<a x =\"1\"/>", "a{x @1=1}"},
+        {"<a><b>one</b>two<c/>three</a>", "a=three{b=one;c}"},
+        {"<a><b>1</b></></a>", "a{b=1}"},
+        {"<a/><b/>", "a"},
+        {"<a><b></c></a>", "a{b}"},
+        {"<a>< b/></a>", "a{a}"},
+        {"text<a/>", "Root"},
+        {"<a>open", "a"},
+        {"<a>1 > 0</a>", "a=1 > 0"},
+        {"<a>xy</a><b/>", "a=xy", -1},
+        {"<a>xy</a><b/>", "a", 5} /* a text cut by the end is dropped */,
     };
-    for (const auto &c : cases) EXPECT_EQ(dump(Tree{koXML_CreateTreeExAnsiString(c.text, c.length)}.root), c.expect) << c.text;
+    for (const auto &c : cases)
+        EXPECT_EQ(dump(Tree{koXML_CreateTreeExAnsiString(c.text, c.length)}.root), c.expect) << c.text;
     const TARN_WCHAR wide[] = {'<', 'a', ' ', 'v', '=', '"', 0xE4, '"', '>', 0x20AC, 0x2192, '<', '/', 'a', '>', 0};
     EXPECT_EQ(dump(Tree{koXML_CreateTreeExUnicodeString(wide)}.root), "a=\x80?{v@1=\xE4}");
     EXPECT_EQ(koXML_CreateTreeExAnsiString(nullptr, 0), nullptr);
@@ -165,9 +202,10 @@ TEST_F(XmlIo, ProgressIsReportedWhileAStatusWindowIsSet) {
     // The continuation line of a field is reported as well.
     write_file(file, "#begin[GAEB]\r\n[K]H\r\n  I[end]\r\n#end[GAEB]\r\n");
     read_dump(bracket, file);
-    EXPECT_EQ(ui.progressTexts, (std::vector<std::string>{"1024 von 5000 [ 20.5 %]", "2048 von 5000 [ 41.0 %]", "3072 von 5000 [ 61.4 %]",
-                                                          "4096 von 5000 [ 81.9 %]", "14 von 42 [ 33.3 %]", "20 von 42 [ 47.6 %]",
-                                                          "30 von 42 [ 71.4 %]"}));
+    EXPECT_EQ(ui.progressTexts,
+              (std::vector<std::string>{"1024 von 5000 [ 20.5 %]", "2048 von 5000 [ 41.0 %]", "3072 von 5000 [ 61.4 %]",
+                                        "4096 von 5000 [ 81.9 %]", "14 von 42 [ 33.3 %]", "20 von 42 [ 47.6 %]",
+                                        "30 von 42 [ 71.4 %]"}));
     koXML_SetStatusWindow(nullptr);
 }
 
@@ -196,12 +234,14 @@ TEST_F(XmlIo, WritersProduceTheirExactText) {
     add(t.root, "blank", " \r\n ");
     add(add(t.root, "b", ""), "c", "1/2");
     XML_Node *attr = add(t.root, "lonely", "x", 1);
-    EXPECT_EQ(saved(koXML_SaveTreeToFile, t.root),
-              "<?xml version=\"1.0\" ?>\r\n<doc id=\"&#228;&#32;1\" lonely=\"x\">\r\n<a>\r\ntwo&#32;words\r\n</a>\r\n"
-              "<blank>\r\n&#32;&#13;&#10;&#32;\r\n</blank>\r\n<b>\r\n<c>\r\n1&#47;2\r\n</c>\r\n\r\n</b>\r\n\r\n</doc>\r\n");
-    EXPECT_EQ(saved(koXML_SaveTreeToFileKompatible, t.root),
-              "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n<doc id=\"\xC3\xA4 1\" lonely=\"x\">\r\n <a>two words</a>\r\n"
-              " <blank />\r\n <b>\r\n  <c>1&#47;2</c>\r\n </b>\r\n</doc>\r\n");
+    EXPECT_EQ(
+        saved(koXML_SaveTreeToFile, t.root),
+        "<?xml version=\"1.0\" ?>\r\n<doc id=\"&#228;&#32;1\" lonely=\"x\">\r\n<a>\r\ntwo&#32;words\r\n</a>\r\n"
+        "<blank>\r\n&#32;&#13;&#10;&#32;\r\n</blank>\r\n<b>\r\n<c>\r\n1&#47;2\r\n</c>\r\n\r\n</b>\r\n\r\n</doc>\r\n");
+    EXPECT_EQ(
+        saved(koXML_SaveTreeToFileKompatible, t.root),
+        "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\r\n<doc id=\"\xC3\xA4 1\" lonely=\"x\">\r\n <a>two words</a>\r\n"
+        " <blank />\r\n <b>\r\n  <c>1&#47;2</c>\r\n </b>\r\n</doc>\r\n");
     EXPECT_EQ(saved(koXML_SaveTreeToFile, attr), "<?xml version=\"1.0\" ?>\r\n");
     add(attr, "inner", "y");
     saved(koXML_SaveTreeToFile, t.root);
@@ -216,14 +256,19 @@ TEST_F(XmlIo, WritersProduceTheirExactText) {
 }
 
 TEST_F(XmlIo, EscapingOfSingleBytes) {
-    const struct { char c; const char *plain, *compatible; } cases[] = {
-        {'A', "A", "A"}, {' ', "&#32;", " "}, {'!', "!", "!"}, {'/', "&#47;", "&#47;"}, {'\'', "&#39;", "'"},
-        {'\n', "&#10;", "&#10;"}, {'\t', "&#9;", ""}, {'~', "&#126;", "~"}, {'\x80', "&#128;", "\xE2\x82\xAC"},
+    const struct {
+        char c;
+        const char *plain, *compatible;
+    } cases[] = {
+        {'A', "A", "A"},         {' ', "&#32;", " "},  {'!', "!", "!"},
+        {'/', "&#47;", "&#47;"}, {'\'', "&#39;", "'"}, {'\n', "&#10;", "&#10;"},
+        {'\t', "&#9;", ""},      {'~', "&#126;", "~"}, {'\x80', "&#128;", "\xE2\x82\xAC"},
     };
     char mode0[8], mode1[8];
     for (const auto &c : cases)
         EXPECT_EQ(std::string(koAnsicode2XMLstr(mode0, c.c)) + "|" + koAnsicode2XMLstrEx(mode1, c.c, 1),
-                  std::string(c.plain) + "|" + c.compatible) << int(c.c);
+                  std::string(c.plain) + "|" + c.compatible)
+            << int(c.c);
 }
 
 TEST_F(XmlIo, FailedWritesLeaveNoFile) {
@@ -246,11 +291,13 @@ TEST_F(XmlIo, GaebExamplesRead) {
     ASSERT_NE(lv, nullptr);
     std::vector<std::string> positions;
     for (XML_Node *p = koXML_GetChildByName(lv, "POSITION"); p; p = koXML_GetChildByNameEx(p, ">"))
-        positions.push_back(value_of(koXML_GetChildByName(p, "OZ")) + " " + value_of(koXML_GetChildByName(p, "KurzText")));
+        positions.push_back(value_of(koXML_GetChildByName(p, "OZ")) + " " +
+                            value_of(koXML_GetChildByName(p, "KurzText")));
     EXPECT_EQ(positions, (std::vector<std::string>{"01.0010 Baustelle einrichten", "01.0020 Bauzaun stellen",
                                                    "02.0010 Oberboden abtragen"}));
     EXPECT_EQ(dump(koXML_GetChildByNameEx(lv, "POSITION/>/LANGTEXT")),
-              "LANGTEXT@1=Bauzaun aus Stahlgitterelementen, H\xF6he 2,00 m,\\r\\nauf Fu\xDF" "platten, f\xFCr die Dauer der Bauzeit.");
+              "LANGTEXT@1=Bauzaun aus Stahlgitterelementen, H\xF6he 2,00 m,\\r\\nauf Fu\xDF"
+              "platten, f\xFCr die Dauer der Bauzeit.");
 }
 
 TEST_F(XmlIo, BracketFormWritesIndentedLines) {
@@ -262,13 +309,14 @@ TEST_F(XmlIo, BracketFormWritesIndentedLines) {
     EXPECT_EQ(saved(koXML_SaveTreeToGAEB2K, t.root),
               "#begin[GAEB]\r\n #begin[Position]\r\n  [OZ]01.0010[end]\r\n  [LT]eins\r\n  zwei\r\n  \r\n  drei[end]\r\n"
               "  [Leer][end]\r\n #end[Position]\r\n#end[GAEB]\r\n");
-    EXPECT_EQ(saved(koXML_SaveTreeToGAEB2K, koXML_GetFirstChild(pos)), "  [OZ]01.0010[end]\r\n") << "indented from the tree's top";
+    EXPECT_EQ(saved(koXML_SaveTreeToGAEB2K, koXML_GetFirstChild(pos)), "  [OZ]01.0010[end]\r\n")
+        << "indented from the tree's top";
 
     // Lines are cut at 256 characters; the reader gives the cut back as a line break.
     Tree w{new_tree("GAEB")};
     add(w.root, "LT", std::string(300, 'a').c_str(), 1);
-    EXPECT_EQ(saved(koXML_SaveTreeToGAEB2K, w.root),
-              "#begin[GAEB]\r\n [LT]" + std::string(251, 'a') + "\r\n " + std::string(49, 'a') + "[end]\r\n#end[GAEB]\r\n");
+    EXPECT_EQ(saved(koXML_SaveTreeToGAEB2K, w.root), "#begin[GAEB]\r\n [LT]" + std::string(251, 'a') + "\r\n " +
+                                                         std::string(49, 'a') + "[end]\r\n#end[GAEB]\r\n");
     Tree back{koXML_CreateTreeExFromGAEB2K(path("out.txt").c_str())};
     EXPECT_EQ(value_of(koXML_GetFirstChild(back.root)), std::string(251, 'a') + "\r\n" + std::string(49, 'a'));
 }
@@ -276,8 +324,13 @@ TEST_F(XmlIo, BracketFormWritesIndentedLines) {
 // A thousand positions make files far longer than any buffer of the readers.
 TEST_F(XmlIo, TreesComeBackThroughEachWriterAndItsReader) {
     const std::string longText = "Langtext mit \xE4\xF6\xFC\xDF und \"Zeichen\" <&> / \\ " + std::string(150, 'z');
-    const struct { const char *name; Save save; Reader read; } forms[] = {
-        {"plain", koXML_SaveTreeToFile, plain}, {"compatible", koXML_SaveTreeToFileKompatible, compatible},
+    const struct {
+        const char *name;
+        Save save;
+        Reader read;
+    } forms[] = {
+        {"plain", koXML_SaveTreeToFile, plain},
+        {"compatible", koXML_SaveTreeToFileKompatible, compatible},
         {"bracket", koXML_SaveTreeToGAEB2K, bracket},
     };
     for (const auto &form : forms) {
@@ -355,7 +408,8 @@ TEST_F(XmlIo, FailedScratchWritesWhileReadingKeepValuesApart) {
                 const std::string got = value_of(v);
                 if (got == text(i)) continue;
                 ++lost;
-                EXPECT_TRUE(got.empty() || got == "<unreadable>") << "fault " << nth << ", element " << i << ": " << got.substr(0, 12);
+                EXPECT_TRUE(got.empty() || got == "<unreadable>")
+                    << "fault " << nth << ", element " << i << ": " << got.substr(0, 12);
             }
         }
         EXPECT_EQ(i, kCount);

@@ -64,16 +64,23 @@ protected:
 
 TEST_F(XmlTree, NewNodesAndAdditionsLinkInPlace) {
     enum { First, Last, Next, Prev };
-    XML_Node *(TARN_CALL *const adds[])(XML_Node *, const char *) = {koXML_AddChildFirst, koXML_AddChildLast, koXML_AddNext,
-                                                                     koXML_AddPrev};
+    XML_Node *(TARN_CALL *const adds[])(XML_Node *, const char *) = {koXML_AddChildFirst, koXML_AddChildLast,
+                                                                     koXML_AddNext, koXML_AddPrev};
     XML_Node *root = tree();
-    const struct { int op; const char *target, *name, *shape; } steps[] = {
-        {Last, "", "b", "R(b)"}, {First, "", "a", "R(a,b)"}, {Last, "", "d", "R(a,b,d)"}, {Next, "b", "c", "R(a,b,c,d)"},
-        {Prev, "a", "0", "R(0,a,b,c,d)"},                 // before the first child
-        {Next, "d", "e", "R(0,a,b,c,d,e)"},               // after the last child
-        {Prev, "c", nullptr, "R(0,a,b,c,c,d,e)"},         // a sibling takes the neighbour's name
-        {First, "b", nullptr, "R(0,a,b(b),c,c,d,e)"},     // a child takes the parent's name
-        {Last, "b", "x", "R(0,a,b(b,x),c,c,d,e)"}, {Prev, "b/b", "w", "R(0,a,b(w,b,x),c,c,d,e)"},
+    const struct {
+        int op;
+        const char *target, *name, *shape;
+    } steps[] = {
+        {Last, "", "b", "R(b)"},
+        {First, "", "a", "R(a,b)"},
+        {Last, "", "d", "R(a,b,d)"},
+        {Next, "b", "c", "R(a,b,c,d)"},
+        {Prev, "a", "0", "R(0,a,b,c,d)"},              // before the first child
+        {Next, "d", "e", "R(0,a,b,c,d,e)"},            // after the last child
+        {Prev, "c", nullptr, "R(0,a,b,c,c,d,e)"},      // a sibling takes the neighbour's name
+        {First, "b", nullptr, "R(0,a,b(b),c,c,d,e)"},  // a child takes the parent's name
+        {Last, "b", "x", "R(0,a,b(b,x),c,c,d,e)"},
+        {Prev, "b/b", "w", "R(0,a,b(w,b,x),c,c,d,e)"},
     };
     for (const auto &s : steps) {
         XML_Node *target = koXML_GetChildByNameEx(root, s.target);
@@ -86,8 +93,13 @@ TEST_F(XmlTree, NewNodesAndAdditionsLinkInPlace) {
 }
 
 TEST_F(XmlTree, ReleasingAnItemUnlinksItsSubtree) {
-    const struct { const char *path, *shape; } cases[] = {
-        {"a", "R(b(b1),c)"}, {"b", "R(a,c)"}, {"c", "R(a,b(b1))"}, {"b/b1", "R(a,b,c)"} /* an only child */,
+    const struct {
+        const char *path, *shape;
+    } cases[] = {
+        {"a", "R(b(b1),c)"},
+        {"b", "R(a,c)"},
+        {"c", "R(a,b(b1))"},
+        {"b/b1", "R(a,b,c)"} /* an only child */,
     };
     for (const auto &c : cases) {
         XML_Node *root = koXML_CreateTree("R", nullptr);
@@ -120,10 +132,14 @@ TEST_F(XmlTree, SiblingsBesideARootAreTreesOfTheirOwn) {
 
 TEST_F(XmlTree, LockCountEmptiesTheTableOnlyFromOneToZero) {
     // C create a tree, R release the newest, L lock, U unlock, A intern, F free the atoms.
-    const struct { const char *ops; bool empty; const char *cleanup; } cases[] = {
-        {"CR", true, ""}, {"LCR", false, "U"}, {"CCR", false, "R"}, {"A", false, ""},
-        {"AUL", false, ""},      // 0 -> -1 -> 0 never passes 1 -> 0
-        {"LAFAU", true, ""},     // FreeAtoms empties but keeps the count: U still goes 1 -> 0
+    const struct {
+        const char *ops;
+        bool empty;
+        const char *cleanup;
+    } cases[] = {
+        {"CR", true, ""},    {"LCR", false, "U"}, {"CCR", false, "R"},
+        {"A", false, ""},    {"AUL", false, ""},  // 0 -> -1 -> 0 never passes 1 -> 0
+        {"LAFAU", true, ""},                      // FreeAtoms empties but keeps the count: U still goes 1 -> 0
     };
     for (const auto &c : cases) {
         std::vector<XML_Node *> made;
@@ -131,7 +147,10 @@ TEST_F(XmlTree, LockCountEmptiesTheTableOnlyFromOneToZero) {
             for (const char *op = ops; *op; ++op) {
                 switch (*op) {
                 case 'C': made.push_back(koXML_CreateTree(nullptr, nullptr)); break;
-                case 'R': koXML_ReleaseTree(made.back()); made.pop_back(); break;
+                case 'R':
+                    koXML_ReleaseTree(made.back());
+                    made.pop_back();
+                    break;
                 case 'L': koXML_LockAtoms(1); break;
                 case 'U': koXML_LockAtoms(0); break;
                 case 'A': koXML_MakeAtom(op); break;  // the ops left as the name
@@ -170,10 +189,15 @@ TEST_F(XmlTree, AtomsSortAsTheSystemComparesAndStayWhereTheyAre) {
 
 TEST_F(XmlTree, ValuesInlineOrInScratchSlotsAndCutToTheBuffer) {
     XML_Node *root = store(), *bare = tree();
-    const struct { size_t length; bool store; int32_t result; size_t kept; int32_t growth; } cases[] = {
-        {0, true, 1, 0, 0}, {24, true, 1, 24, 0}, {25, true, 1, 25, 32}, {32, true, 1, 32, 64},
-        {5000, true, 1, 5000, 5024}, {24, false, 1, 24, 0},
-        {30, false, 0, 24, 0},  // without store only the first 24 bytes stay
+    const struct {
+        size_t length;
+        bool store;
+        int32_t result;
+        size_t kept;
+        int32_t growth;
+    } cases[] = {
+        {0, true, 1, 0, 0},          {24, true, 1, 24, 0},  {25, true, 1, 25, 32}, {32, true, 1, 32, 64},
+        {5000, true, 1, 5000, 5024}, {24, false, 1, 24, 0}, {30, false, 0, 24, 0},  // without store only the first 24 bytes stay
     };
     for (const auto &c : cases) {
         XML_Node *node = koXML_AddChildLast(c.store ? root : bare, "v");
@@ -185,9 +209,13 @@ TEST_F(XmlTree, ValuesInlineOrInScratchSlotsAndCutToTheBuffer) {
     }
     // Read values are cut to the buffer and terminated; without room for a character, none is.
     XML_Node *inlined = koXML_GetFirstChild(bare), *inStore = koXML_GetLastChild(root);
-    const struct { XML_Node *node; int32_t size; std::string expected; } cuts[] = {
-        {inlined, 25, text_of(24, 'a')}, {inlined, 5, "abcd"}, {inlined, 2, "a"}, {inlined, 1, "<null>"},
-        {inlined, -5, "<null>"}, {inStore, 10, "abcdefghi"},
+    const struct {
+        XML_Node *node;
+        int32_t size;
+        std::string expected;
+    } cuts[] = {
+        {inlined, 25, text_of(24, 'a')}, {inlined, 5, "abcd"},    {inlined, 2, "a"},
+        {inlined, 1, "<null>"},          {inlined, -5, "<null>"}, {inStore, 10, "abcdefghi"},
     };
     for (const auto &c : cuts) EXPECT_EQ(value(c.node, c.size), c.expected) << c.size;
 }
@@ -195,18 +223,19 @@ TEST_F(XmlTree, ValuesInlineOrInScratchSlotsAndCutToTheBuffer) {
 // The reuse test reads the length stored now, not the size once reserved: a slot can be
 // overrun into the next one. Kept: trees have always been written so.
 TEST_F(XmlTree, SlotsAreReusedByTheStoredLength) {
-    XML_Node *a = koXML_AddChildLast(store(), "a"), *b = koXML_AddChildLast(stored, "b"), *c = koXML_AddChildLast(stored, "c");
-    const struct { XML_Node *node; size_t length; int32_t fileSize; } steps[] = {
-        {a, 40, 64},
-        {b, 40, 128},
-        {a, 64, 128},    // slot of 64 holds 64
-        {a, 90, 128},    // (64 & ~31) + 32 = 96: written over a's slot end into b's (checked below)
-        {a, 100, 256},   // (90 & ~31) + 32 = 96 < 100: a new slot of 128
-        {c, 40, 320},
-        {c, 10, 320},    // inline; the slot stays
-        {c, 40, 384},    // (10 & ~31) + 32 = 32 < 40: a new slot although the old one had 64
-        {c, 0, 384},
-        {c, 30, 384},    // stored length 0 passes for 32
+    XML_Node *a = koXML_AddChildLast(store(), "a"), *b = koXML_AddChildLast(stored, "b"),
+             *c = koXML_AddChildLast(stored, "c");
+    const struct {
+        XML_Node *node;
+        size_t length;
+        int32_t fileSize;
+    } steps[] = {
+        {a, 40, 64},   {b, 40, 128}, {a, 64, 128},  // slot of 64 holds 64
+        {a, 90, 128},                 // (64 & ~31) + 32 = 96: written over a's slot end into b's (checked below)
+        {a, 100, 256},                // (90 & ~31) + 32 = 96 < 100: a new slot of 128
+        {c, 40, 320},  {c, 10, 320},  // inline; the slot stays
+        {c, 40, 384},                 // (10 & ~31) + 32 = 32 < 40: a new slot although the old one had 64
+        {c, 0, 384},   {c, 30, 384},  // stored length 0 passes for 32
     };
     for (const auto &s : steps) {
         const std::string text = text_of(s.length, s.node == a ? 'A' : s.node == b ? 'b' : 'c');
@@ -260,21 +289,40 @@ TEST_F(XmlTree, LookupsByNameAndPath) {
     XML_Node *z = koXML_AddChildLast(a2, "z");
     koXML_SetValue(b, "first");
     koXML_SetValue(koXML_AddChildLast(root, "b"), "second");
-    const struct { XML_Node *from; const char *name; XML_Node *expected; } names[] = {
-        {root, "b", b}, {root, "B", nullptr} /* case counts */, {root, ".", a1} /* the first child */,
-        {root, "..", root} /* the first child's parent */, {z, ".", nullptr},
+    const struct {
+        XML_Node *from;
+        const char *name;
+        XML_Node *expected;
+    } names[] = {
+        {root, "b", b},
+        {root, "B", nullptr} /* case counts */,
+        {root, ".", a1} /* the first child */,
+        {root, "..", root} /* the first child's parent */,
+        {z, ".", nullptr},
     };
     for (const auto &c : names) EXPECT_EQ(koXML_GetChildByName(c.from, c.name), c.expected) << c.name;
-    const struct { XML_Node *from; const char *path; XML_Node *expected; } paths[] = {
-        {a1, "x/>", x2}, {a1, "x/>/>", nullptr}, {a1, "x/>/<", x1}, {a1, "", a1}, {a1, "///", root},
-        {x1, "/a/x/>", x2}, {z, "//a///x//", x1}, {z, "/a/>/z", z}, {a1, "+/>", x2}, {y, "/+/>", a2},
-        {a2, "<", a1}, {root, "<", nullptr}, {root, "a/..", a1}, {root, "b/.", nullptr}, {root, "missing/x", nullptr},
+    const struct {
+        XML_Node *from;
+        const char *path;
+        XML_Node *expected;
+    } paths[] = {
+        {a1, "x/>", x2},      {a1, "x/>/>", nullptr}, {a1, "x/>/<", x1},
+        {a1, "", a1},         {a1, "///", root},      {x1, "/a/x/>", x2},
+        {z, "//a///x//", x1}, {z, "/a/>/z", z},       {a1, "+/>", x2},
+        {y, "/+/>", a2},      {a2, "<", a1},          {root, "<", nullptr},
+        {root, "a/..", a1},   {root, "b/.", nullptr}, {root, "missing/x", nullptr},
     };
     for (const auto &c : paths) EXPECT_EQ(koXML_GetChildByNameEx(c.from, c.path), c.expected) << c.path;
 
     // The buffer is emptied before the lookup.
-    const struct { const char *name; int32_t size, result; const char *text; } reads[] = {
-        {"b", 16, 1, "first"}, {"c", 16, 0, ""}, {"b", 1, 0, ""} /* no room for a value */,
+    const struct {
+        const char *name;
+        int32_t size, result;
+        const char *text;
+    } reads[] = {
+        {"b", 16, 1, "first"},
+        {"c", 16, 0, ""},
+        {"b", 1, 0, ""} /* no room for a value */,
     };
     for (const auto &r : reads) {
         char buffer[16] = "zzz";
@@ -304,20 +352,31 @@ TEST_F(XmlTree, TraversalFlagsInOrder) {
     XML_Node *root = tree(), *a = koXML_AddChildLast(root, "A"), *a1 = koXML_AddChildLast(a, "A1");
     koXML_AddChildLast(a, "A2");
     koXML_AddChildLast(root, "B");
-    const struct { XML_Node *from; uint32_t flags; const char *stopAt; int32_t result; const char *visits; } cases[] = {
-        {root, 0x01, "", 1, "R "}, {root, 0x03, "", 1, "R A A1 A2 B "}, {root, 0x06, "", 1, "A1 A2 A B R "},
-        {root, 0x07, "", 1, "R A A1 A1 A2 A2 A B B R "}, {root, 0x03, "A2", 0, "R A A1 A2 "}, {a1, 0x19, "", 1, "A1 A1 A A R R "},
-        {a, 0x13, "", 1, "A A1 A2 R "},   // going up does not descend again, nor do the children go up
-        {a1, 0x08, "", 1, ""},            // 0x08 only with 0x10
-        {a1, 0x04, "", 1, ""},            // 0x04 only with 0x02
-        {a, 0x22, "", 1, "A1 A2 A "},     // the children make their own last call
-        {a1, 0x30, "", 1, "R A A1 "},     // the last calls come back down
+    const struct {
+        XML_Node *from;
+        uint32_t flags;
+        const char *stopAt;
+        int32_t result;
+        const char *visits;
+    } cases[] = {
+        {root, 0x01, "", 1, "R "},
+        {root, 0x03, "", 1, "R A A1 A2 B "},
+        {root, 0x06, "", 1, "A1 A2 A B R "},
+        {root, 0x07, "", 1, "R A A1 A1 A2 A2 A B B R "},
+        {root, 0x03, "A2", 0, "R A A1 A2 "},
+        {a1, 0x19, "", 1, "A1 A1 A A R R "},
+        {a, 0x13, "", 1, "A A1 A2 R "},  // going up does not descend again, nor do the children go up
+        {a1, 0x08, "", 1, ""},           // 0x08 only with 0x10
+        {a1, 0x04, "", 1, ""},           // 0x04 only with 0x02
+        {a, 0x22, "", 1, "A1 A2 A "},    // the children make their own last call
+        {a1, 0x30, "", 1, "R A A1 "},    // the last calls come back down
         {a1, 0x31, "R", 0, "A1 A R "},
     };
     for (const auto &c : cases) {
         Visits v;
         v.stopAt = c.stopAt;
-        EXPECT_EQ(koXML_DoReku(c.from, c.flags, record, reinterpret_cast<intptr_t>(&v)), c.result) << std::hex << c.flags;
+        EXPECT_EQ(koXML_DoReku(c.from, c.flags, record, reinterpret_cast<intptr_t>(&v)), c.result)
+            << std::hex << c.flags;
         EXPECT_EQ(v.names, c.visits) << std::hex << c.flags;
     }
 }
@@ -346,13 +405,22 @@ TEST_F(XmlTree, DeepAndWideTreesAreWalkedAndReleasedWhole) {
     ASSERT_NE(at, nullptr);
     EXPECT_EQ(koXML_GetDeept(at), kCount);
     koXML_SetName(at, "end");
-    const struct { XML_Node *from; uint32_t flags; const char *stopAt; int32_t result; size_t calls; } walks[] = {
-        {stored, 0x27, "", 1, 3 * (kCount + 1)}, {at, 0x39, "", 1, 3 * (kCount + 1)}, {stored, 0x27, "end", 0, kCount + 1},
+    const struct {
+        XML_Node *from;
+        uint32_t flags;
+        const char *stopAt;
+        int32_t result;
+        size_t calls;
+    } walks[] = {
+        {stored, 0x27, "", 1, 3 * (kCount + 1)},
+        {at, 0x39, "", 1, 3 * (kCount + 1)},
+        {stored, 0x27, "end", 0, kCount + 1},
     };
     for (const auto &w : walks) {
         Visits v;
         v.stopAt = w.stopAt;
-        EXPECT_EQ(koXML_DoReku(w.from, w.flags, record, reinterpret_cast<intptr_t>(&v)), w.result) << std::hex << w.flags;
+        EXPECT_EQ(koXML_DoReku(w.from, w.flags, record, reinterpret_cast<intptr_t>(&v)), w.result)
+            << std::hex << w.flags;
         EXPECT_EQ(size_t(std::count(v.names.begin(), v.names.end(), ' ')), w.calls) << std::hex << w.flags;
     }
     koXML_SetValue(at, text_of(100, 'a').c_str());

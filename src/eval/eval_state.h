@@ -7,10 +7,10 @@
 namespace tarn::eval {
 
 struct EvalState {
-    int32_t errorLine = 0;     // first result line (from 1) that was empty or did not parse
-    char errorText[64] = {};   // that line's error text; "" for an empty term
-    bool mathError = false;    // raised while computing, cleared before each term
-    char mathText[64] = {};    // what went wrong, kept from the first raise
+    int32_t errorLine = 0;    // first result line (from 1) that was empty or did not parse
+    char errorText[64] = {};  // that line's error text; "" for an empty term
+    bool mathError = false;   // raised while computing, cleared before each term
+    char mathText[64] = {};   // what went wrong, kept from the first raise
 };
 
 EvalState &state();

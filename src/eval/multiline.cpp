@@ -44,15 +44,12 @@ const char *scan_line(const char *p, std::string &term, bool &result) {
         case '#':
             while (*p != '\0' && *p != '\n') ++p;
             return p;
-        case '=':
-            result = true;
-            break;
+        case '=': result = true; break;
         case ':':
             result = false;
             term.clear();
             break;
-        default:
-            term.push_back(*p);
+        default: term.push_back(*p);
         }
     }
     return p;
@@ -128,13 +125,14 @@ TARN_API const char *TARN_CALL koMultilineGetLine(const char *text, int32_t line
 TARN_API int32_t TARN_CALL koMultilineGetNumLines(const char *text) {
     if (text == nullptr || *text == '\0') return 0;
     int32_t lines = 1;
-    for (const char *p = std::strchr(text, '\n'); p != nullptr && p[1] != '\0'; p = std::strchr(p + 1, '\n'))
+    for (const char *p = std::strchr(text, '\n'); p != nullptr && p[1] != '\0';
+         p = std::strchr(p + 1, '\n'))
         ++lines;
     return lines;
 }
 
 TARN_API int32_t TARN_CALL koMultilineCopyLine(const char *text, int32_t line, char *buffer,
-                                                  int32_t size, BOOL terminate) {
+                                               int32_t size, BOOL terminate) {
     const char *p = line_start(text, line);
     if (p == nullptr) return 0;
     if (buffer == nullptr || size <= 0) return 1;

@@ -22,17 +22,33 @@ char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + '
 // Whole turns in gon; 2 pi as asin(1) * 4, which both platforms' libraries give exactly.
 const double kTwoPi = std::asin(1.0) * 4;
 const double kE = std::exp(1.0);
-constexpr double kPi = 3.14;  // two decimals on purpose: the stored quantities were computed with it
+constexpr double kPi =
+    3.14;  // two decimals on purpose: the stored quantities were computed with it
 
-enum Function { kSin, kCos, kTan, kAsin, kAcos, kAtan, kAbs, kSqrt, kSqr, kQdrt, kExp, kLog, kLog10, kOpt1 };
+enum Function {
+    kSin,
+    kCos,
+    kTan,
+    kAsin,
+    kAcos,
+    kAtan,
+    kAbs,
+    kSqrt,
+    kSqr,
+    kQdrt,
+    kExp,
+    kLog,
+    kLog10,
+    kOpt1
+};
 
 const struct {
     const char *name;
     Function function;
 } kFunctions[] = {
-    {"sin(", kSin},   {"cos(", kCos},   {"tan(", kTan},     {"asin(", kAsin}, {"acos(", kAcos},
-    {"atan(", kAtan}, {"abs(", kAbs},   {"sqrt(", kSqrt},   {"sqr(", kSqr},   {"qdrt(", kQdrt},
-    {"exp(", kExp},   {"log(", kLog},   {"log10(", kLog10}, {"opt1(", kOpt1},
+    {"sin(", kSin},   {"cos(", kCos}, {"tan(", kTan},     {"asin(", kAsin}, {"acos(", kAcos},
+    {"atan(", kAtan}, {"abs(", kAbs}, {"sqrt(", kSqrt},   {"sqr(", kSqr},   {"qdrt(", kQdrt},
+    {"exp(", kExp},   {"log(", kLog}, {"log10(", kLog10}, {"opt1(", kOpt1},
 };
 
 // The runtime's mathematical error hook is replaced by the same checks on every platform, so a
@@ -126,8 +142,11 @@ int32_t TermEvaluator::parse_sequence(int depth) {
 
         uint32_t op = 0;
         switch (s[pos_]) {
-        case '\0': case '=': case ')': case ']': case '}':
-            return first;
+        case '\0':
+        case '=':
+        case ')':
+        case ']':
+        case '}': return first;
         case '+': op = kOpAdd; break;
         case '-': op = kOpSubtract; break;
         case '/': op = kOpDivide; break;
@@ -140,9 +159,7 @@ int32_t TermEvaluator::parse_sequence(int depth) {
                 op = kOpMultiply;
             }
             break;
-        default:
-            fail(kIllegalOpcode);
-            return -1;
+        default: fail(kIllegalOpcode); return -1;
         }
         ++pos_;
         nodes_[node].op = op;
@@ -248,7 +265,8 @@ bool TermEvaluator::resolve_names() {
             bool found = false;
             const char *name = term_.c_str() + node.name;
             for (const auto &f : kFunctions) {
-                if (std::strlen(f.name) == node.nameLen && std::memcmp(f.name, name, node.nameLen) == 0) {
+                if (std::strlen(f.name) == node.nameLen &&
+                    std::memcmp(f.name, name, node.nameLen) == 0) {
                     node.value = f.function;
                     found = true;
                     break;
@@ -293,7 +311,8 @@ double TermEvaluator::compute_node(const Node &node) {
             v = 0;
         } else {
             const double inner = compute_sequence(node.sub);
-            v = node.kind == Kind::Subterm ? inner : call_function(static_cast<int>(node.value), inner);
+            v = node.kind == Kind::Subterm ? inner
+                                           : call_function(static_cast<int>(node.value), inner);
         }
     }
     return node.negated ? -v : v;
@@ -354,7 +373,8 @@ void TermEvaluator::set_error_text(const char *detail) {
         std::snprintf(errorText_, sizeof errorText_, ";matherr: %s", detail ? detail : "");
         return;
     case kUnknownVariable:
-        std::snprintf(errorText_, sizeof errorText_, "unbekannte Variable: %s", detail ? detail : "");
+        std::snprintf(errorText_, sizeof errorText_, "unbekannte Variable: %s",
+                      detail ? detail : "");
         return;
     default:
         std::snprintf(errorText_, sizeof errorText_, "Error Code: %d", static_cast<int>(error_));

@@ -71,11 +71,11 @@ private:
     }
     void set_error_text(const char *detail);
 
-    std::string term_;          // the term without blanks, zero-terminated
+    std::string term_;  // the term without blanks, zero-terminated
     std::vector<Node> nodes_;
     size_t pos_ = 0;
     int32_t error_ = kTermOk;
-    char name_[48] = {};        // the unknown variable, lower-cased
+    char name_[48] = {};  // the unknown variable, lower-cased
     char errorText_[96] = {};
 };
 

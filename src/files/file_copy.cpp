@@ -83,7 +83,7 @@ std::string target_prefix(std::string folder) {
 }  // namespace
 
 TARN_API int32_t TARN_CALL koCopySingleFile(HWND parent, const char *source, const char *target,
-                                               uint32_t attributeMask, uint32_t *flags) {
+                                            uint32_t attributeMask, uint32_t *flags) {
     // Without a flags word the copy neither reports, replaces nor asks.
     uint32_t none = 0;
     if (!flags) flags = &none;
@@ -141,8 +141,8 @@ TARN_API int32_t TARN_CALL koCopySingleFile(HWND parent, const char *source, con
 }
 
 TARN_API int32_t TARN_CALL koCopyFileEx(HWND parent, const char *pattern, uint32_t includeMask,
-                                           const char *folder, uint32_t attributeMask,
-                                           uint32_t *flags) {
+                                        const char *folder, uint32_t attributeMask,
+                                        uint32_t *flags) {
     uint32_t none = 0;
     if (!flags) flags = &none;
     // Cancelling is sticky: a call after it does nothing, as each single copy would.

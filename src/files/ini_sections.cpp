@@ -64,8 +64,7 @@ TARN_API int32_t TARN_CALL DelIniAbschnitt(const char *file, const char *section
             lstrupr(line);
             if (header == line) {
                 bool more = false;
-                while ((more = read_line(in.get(), line)) && !is_section_line(line)) {
-                }
+                while ((more = read_line(in.get(), line)) && !is_section_line(line)) {}
                 if (!more) break;
                 // The header that ends the dropped section is kept, without being compared.
                 lstrupr(line);
@@ -81,7 +80,8 @@ TARN_API int32_t TARN_CALL DelIniAbschnitt(const char *file, const char *section
     return 1;
 }
 
-TARN_API int32_t TARN_CALL AddIniAbschnitt(const char *file, const char *section, const char *text) {
+TARN_API int32_t TARN_CALL AddIniAbschnitt(const char *file, const char *section,
+                                           const char *text) {
     if (!file) return 0;
     DelIniAbschnitt(file, section);
     HANDLE h = X_Open(file, 1);

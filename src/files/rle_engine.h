@@ -16,7 +16,7 @@ using Byte = unsigned char;
 constexpr Byte kMagicLow = 0x49;  // 0x2649, little-endian
 constexpr Byte kMagicHigh = 0x26;
 constexpr uint32_t kHeaderSize = 8;
-constexpr uint32_t kMaxTable = 29;  // ranks with a table entry, so with a code under 14
+constexpr uint32_t kMaxTable = 29;     // ranks with a table entry, so with a code under 14
 constexpr uint32_t kSingleRanks = 13;  // ranks whose code is one nibble
 constexpr uint32_t kMaxRunChunk = 16;
 constexpr unsigned kEscapeNibble = 14;
@@ -192,8 +192,8 @@ int32_t expand(Io &io) {
     Byte table[kMaxTable] = {};
     for (uint32_t i = 0; i < tableSize; ++i)
         if (!io.next(table[i])) return 0;
-    const uint32_t length = uint32_t(h[4]) | uint32_t(h[5]) << 8 | uint32_t(h[6]) << 16 |
-                            uint32_t(h[7]) << 24;
+    const uint32_t length =
+        uint32_t(h[4]) | uint32_t(h[5]) << 8 | uint32_t(h[6]) << 16 | uint32_t(h[7]) << 24;
     return io.decode_output(table, length);
 }
 

@@ -18,8 +18,8 @@ struct FileContext {
     uint32_t length;  // source bytes to read
     int32_t start;    // source position at the call
     uint32_t read;
-    uint16_t index;   // next byte of `in`; 0 when a block has to be read first
-    uint16_t fill;    // bytes waiting in `out`
+    uint16_t index;  // next byte of `in`; 0 when a block has to be read first
+    uint16_t fill;   // bytes waiting in `out`
     Byte in[kBlock];
     Byte out[kBlock];
 };

@@ -11,7 +11,8 @@
 #include <memory>
 #include <new>
 
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "words are taken least significant byte first");
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
+              "words are taken least significant byte first");
 
 // The decoder's steps must melt into its loop, which GCC does not always see by itself.
 #define TARN_ALWAYS_INLINE inline __attribute__((always_inline))
@@ -154,7 +155,8 @@ private:
 class Coder {
 public:
     Coder(const CodeBook &book, CodeWriter &out) : book_(book), out_(out) {
-        for (unsigned v = 0; v < 256; ++v) entry_[v] = book.code[v] | uint32_t(book.nibbles[v]) * 4 << 16;
+        for (unsigned v = 0; v < 256; ++v)
+            entry_[v] = book.code[v] | uint32_t(book.nibbles[v]) * 4 << 16;
     }
 
     void code(Byte c) { out_.add(entry_[c] & 0xFFFF, entry_[c] >> 16); }
@@ -276,9 +278,11 @@ struct DecodeTable {
 
     explicit DecodeTable(const Byte table[kMaxTable]);
 
-    void set(unsigned index, unsigned nibbles, unsigned out, uint32_t literals, unsigned last, uint32_t flags) {
+    void set(unsigned index, unsigned nibbles, unsigned out, uint32_t literals, unsigned last,
+             uint32_t flags) {
         pattern[index] = literals | uint32_t(last) << 24;
-        meta[index] = nibbles * 4 | flags | kMetaBits * (nibbles - 1) << kSelectShift | out << kCountShift;
+        meta[index] =
+            nibbles * 4 | flags | kMetaBits * (nibbles - 1) << kSelectShift | out << kCountShift;
     }
 };
 
@@ -290,14 +294,11 @@ DecodeTable<2>::DecodeTable(const Byte table[kMaxTable]) {
             const unsigned index = a | b << 4;
             if (a < kSingleRanks && b < kSingleRanks)
                 set(index, 2, 2, table[a] | table[b] << 8, table[b], 0);
-            else if (a < kSingleRanks)
-                set(index, 1, 1, table[a], table[a], 0);
+            else if (a < kSingleRanks) set(index, 1, 1, table[a], table[a], 0);
             else if (a == kSingleRanks)
                 set(index, 2, 1, table[kSingleRanks + b], table[kSingleRanks + b], 0);
-            else if (a == kEscapeNibble)
-                set(index, 3, 1, 0, 0, 1u << kEscapeBit);
-            else
-                set(index, 2, b + 1, 0, 0, 1u << kRunBit);
+            else if (a == kEscapeNibble) set(index, 3, 1, 0, 0, 1u << kEscapeBit);
+            else set(index, 2, b + 1, 0, 0, 1u << kRunBit);
         }
     }
 }
@@ -345,7 +346,8 @@ DecodeTable<3>::DecodeTable(const Byte table[kMaxTable]) {
 // branch: the kinds differ only by masks. Writes 16 bytes of which only the first are meant.
 // `prev` holds the last byte out in all 8 bytes. Bits of meta above its 21 may be set.
 template <unsigned Nibbles>
-TARN_ALWAYS_INLINE void put_entry(uint32_t pattern, uint64_t meta, uint64_t w, Byte *&o, uint64_t &prev) {
+TARN_ALWAYS_INLINE void put_entry(uint32_t pattern, uint64_t meta, uint64_t w, Byte *&o,
+                                  uint64_t &prev) {
     uint64_t last = pattern >> 24, bytes = pattern * kTwice;
     if (Nibbles == 2) {
         const uint64_t escape = (w >> 4 & 0xFF) & (0 - (meta >> kEscapeBit & 1));
@@ -364,11 +366,12 @@ TARN_ALWAYS_INLINE void put_entry(uint32_t pattern, uint64_t meta, uint64_t w, B
 // side with the first, and picked by a shift the first's meta carries: the longest chain of
 // dependent work is one table load and three shifts. Reads at most 6 nibbles of w.
 template <unsigned Nibbles>
-TARN_ALWAYS_INLINE void decode_two_steps(const DecodeTable<Nibbles> &t, uint64_t &w, Byte *&o, uint64_t &prev,
-                                         unsigned &count) {
+TARN_ALWAYS_INLINE void decode_two_steps(const DecodeTable<Nibbles> &t, uint64_t &w, Byte *&o,
+                                         uint64_t &prev, unsigned &count) {
     const uint64_t i = w & t.kMask;
     const uint32_t first = t.meta[i];
-    const uint64_t three = uint64_t(t.meta[w >> 4 & t.kMask]) | uint64_t(t.meta[w >> 8 & t.kMask]) << kMetaBits |
+    const uint64_t three = uint64_t(t.meta[w >> 4 & t.kMask]) |
+                           uint64_t(t.meta[w >> 8 & t.kMask]) << kMetaBits |
                            uint64_t(t.meta[w >> 12 & t.kMask]) << (2 * kMetaBits);
     const uint64_t w2 = w >> (first & 63);
     const uint64_t second = three >> (first >> kSelectShift & 63);
@@ -380,7 +383,8 @@ TARN_ALWAYS_INLINE void decode_two_steps(const DecodeTable<Nibbles> &t, uint64_t
 }
 
 template <unsigned Nibbles>
-void MemoryIo::decode_fast(const DecodeTable<Nibbles> &t, uint32_t &length, uint64_t &nibble, Byte &prevByte) {
+void MemoryIo::decode_fast(const DecodeTable<Nibbles> &t, uint32_t &length, uint64_t &nibble,
+                           Byte &prevByte) {
     // Four steps (at most 12 nibbles) between two refills of the bit buffer, each writing 16
     // bytes of which only the first are meant; the rest is overwritten by the steps after it.
     // This runs only while it stays inside the capacity and inside output that the rest of the
@@ -388,7 +392,8 @@ void MemoryIo::decode_fast(const DecodeTable<Nibbles> &t, uint32_t &length, uint
     // a stream cut short later still leaves the destination as the byte-wise engine would.
     constexpr uint32_t kOutMargin = kFastOutMargin;
     constexpr uint32_t kInMargin = 128;  // 255 nibbles: 85 whole codes
-    if (length < kOutMargin || dstCap_ - written_ < kOutMargin || srcLen_ - (nibble >> 1) < kInMargin + 8)
+    if (length < kOutMargin || dstCap_ - written_ < kOutMargin ||
+        srcLen_ - (nibble >> 1) < kInMargin + 8)
         return;
     const Byte *const inEnd = src_ + srcLen_ - kInMargin;
     uint64_t prev = prevByte * kOnes;
@@ -402,7 +407,8 @@ void MemoryIo::decode_fast(const DecodeTable<Nibbles> &t, uint32_t &length, uint
     next += 7;
     Byte *o = dst_ + written_;
     Byte *const outStart = o;
-    Byte *const outEnd = dst_ + written_ + (length < dstCap_ - written_ ? length : dstCap_ - written_) - kOutMargin;
+    Byte *const outEnd =
+        dst_ + written_ + (length < dstCap_ - written_ ? length : dstCap_ - written_) - kOutMargin;
     while (o <= outEnd && next <= inEnd) {
         decode_two_steps<Nibbles>(t, bits, o, prev, count);
         decode_two_steps<Nibbles>(t, bits, o, prev, count);
@@ -443,13 +449,15 @@ int32_t MemoryIo::decode_output(const Byte table[kMaxTable], uint32_t length) {
 }  // namespace tarn::rle
 
 // A null source reads as empty and a null destination as one without room.
-TARN_API uint32_t TARN_CALL koMemoCompress(const void *src, uint32_t srcLen, void *dst, uint32_t dstCap) {
+TARN_API uint32_t TARN_CALL koMemoCompress(const void *src, uint32_t srcLen, void *dst,
+                                           uint32_t dstCap) {
     tarn::rle::MemoryIo io(static_cast<const tarn::rle::Byte *>(src), src ? srcLen : 0,
                            static_cast<tarn::rle::Byte *>(dst), dst ? dstCap : 0);
     return tarn::rle::compress(io) ? io.written() : 0;
 }
 
-TARN_API uint32_t TARN_CALL koMemoExpand(const void *src, uint32_t srcLen, void *dst, uint32_t dstCap) {
+TARN_API uint32_t TARN_CALL koMemoExpand(const void *src, uint32_t srcLen, void *dst,
+                                         uint32_t dstCap) {
     tarn::rle::MemoryIo io(static_cast<const tarn::rle::Byte *>(src), src ? srcLen : 0,
                            static_cast<tarn::rle::Byte *>(dst), dst ? dstCap : 0);
     return tarn::rle::expand(io) ? io.written() : 0;

@@ -25,14 +25,15 @@ TARN_API int32_t TARN_CALL koDefShellCompare(void *, int32_t size, const void *a
 }
 
 // The memory defaults answer with the number of bytes copied.
-TARN_API int32_t TARN_CALL koDefShellMemoryGet(void *context, int32_t size, int32_t index, void *record) {
+TARN_API int32_t TARN_CALL koDefShellMemoryGet(void *context, int32_t size, int32_t index,
+                                               void *record) {
     if (size < 1) return 0;
     std::memcpy(record, record_at(context, size, index), static_cast<size_t>(size));
     return size;
 }
 
 TARN_API int32_t TARN_CALL koDefShellMemorySet(void *context, int32_t size, int32_t index,
-                                                 const void *record) {
+                                               const void *record) {
     if (size < 1) return 0;
     std::memcpy(record_at(context, size, index), record, static_cast<size_t>(size));
     return size;
@@ -41,7 +42,8 @@ TARN_API int32_t TARN_CALL koDefShellMemorySet(void *context, int32_t size, int3
 // The file defaults answer with the position reached, whether or not the transfer happened:
 // the caller learns of a failed move, never of a short read or write. Without a handle there is
 // no move to make, which answers -1 as a failed move does.
-TARN_API int32_t TARN_CALL koDefShellFileGet(void *context, int32_t size, int32_t index, void *record) {
+TARN_API int32_t TARN_CALL koDefShellFileGet(void *context, int32_t size, int32_t index,
+                                             void *record) {
     if (!context) return -1;
     HANDLE file = *static_cast<HANDLE *>(context);
     const int32_t offset = record_offset(size, index);
@@ -52,7 +54,7 @@ TARN_API int32_t TARN_CALL koDefShellFileGet(void *context, int32_t size, int32_
 }
 
 TARN_API int32_t TARN_CALL koDefShellFileSet(void *context, int32_t size, int32_t index,
-                                               const void *record) {
+                                             const void *record) {
     if (!context) return -1;
     HANDLE file = *static_cast<HANDLE *>(context);
     const int32_t offset = record_offset(size, index);

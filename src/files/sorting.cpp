@@ -220,8 +220,12 @@ int32_t with_records(void *context, int32_t count, int32_t size, koSortGetProc g
         switch (size) {
         case 4: sort(MemoryRecords<4>(context, size, compare), w1.get(), w2.get(), w3.get()); break;
         case 8: sort(MemoryRecords<8>(context, size, compare), w1.get(), w2.get(), w3.get()); break;
-        case 16: sort(MemoryRecords<16>(context, size, compare), w1.get(), w2.get(), w3.get()); break;
-        default: sort(MemoryRecords<0>(context, size, compare), w1.get(), w2.get(), w3.get()); break;
+        case 16:
+            sort(MemoryRecords<16>(context, size, compare), w1.get(), w2.get(), w3.get());
+            break;
+        default:
+            sort(MemoryRecords<0>(context, size, compare), w1.get(), w2.get(), w3.get());
+            break;
         }
     } else {
         sort(CallbackRecords(context, size, get, set, compare), w1.get(), w2.get(), w3.get());
@@ -245,25 +249,27 @@ int32_t file_count(HANDLE *file, int32_t count, int32_t size) {
 
 using tarn::Byte;
 
-TARN_API int32_t TARN_CALL koBubbleSort(void *context, int32_t count, int32_t size, koSortGetProc get,
-                                          koSortSetProc set, koSortCompareProc compare) {
+TARN_API int32_t TARN_CALL koBubbleSort(void *context, int32_t count, int32_t size,
+                                        koSortGetProc get, koSortSetProc set,
+                                        koSortCompareProc compare) {
     return tarn::with_records(context, count, size, get, set, compare, false,
                               [count](const auto &r, Byte *a, Byte *b, Byte *) {
                                   tarn::bubble_sort(r, count, a, b);
                               });
 }
 
-TARN_API int32_t TARN_CALL koShellSort(void *context, int32_t count, int32_t size, koSortGetProc get,
-                                         koSortSetProc set, koSortCompareProc compare) {
+TARN_API int32_t TARN_CALL koShellSort(void *context, int32_t count, int32_t size,
+                                       koSortGetProc get, koSortSetProc set,
+                                       koSortCompareProc compare) {
     return tarn::with_records(context, count, size, get, set, compare, false,
                               [count](const auto &r, Byte *x, Byte *y, Byte *) {
                                   tarn::shell_sort(r, 0, count, x, y);
                               });
 }
 
-TARN_API int32_t TARN_CALL koQuickSort(void *context, int32_t count, int32_t size, koSortGetProc get,
-                                         koSortSetProc set, koSortCompareProc compare,
-                                         int32_t threshold) {
+TARN_API int32_t TARN_CALL koQuickSort(void *context, int32_t count, int32_t size,
+                                       koSortGetProc get, koSortSetProc set,
+                                       koSortCompareProc compare, int32_t threshold) {
     try {
         std::vector<tarn::Range> pending;
         pending.reserve(64);
@@ -278,22 +284,22 @@ TARN_API int32_t TARN_CALL koQuickSort(void *context, int32_t count, int32_t siz
 }
 
 TARN_API int32_t TARN_CALL koBubbleSortMemoryArray(void *base, int32_t count, int32_t size,
-                                                     koSortCompareProc compare) {
+                                                   koSortCompareProc compare) {
     return koBubbleSort(base, count, size, nullptr, nullptr, compare);
 }
 
 TARN_API int32_t TARN_CALL koShellSortMemoryArray(void *base, int32_t count, int32_t size,
-                                                    koSortCompareProc compare) {
+                                                  koSortCompareProc compare) {
     return koShellSort(base, count, size, nullptr, nullptr, compare);
 }
 
 TARN_API int32_t TARN_CALL koQuickSortMemoryArray(void *base, int32_t count, int32_t size,
-                                                    koSortCompareProc compare, int32_t threshold) {
+                                                  koSortCompareProc compare, int32_t threshold) {
     return koQuickSort(base, count, size, nullptr, nullptr, compare, threshold);
 }
 
 TARN_API int32_t TARN_CALL koBubbleSortFileArray(HANDLE *file, int32_t count, int32_t size,
-                                                   koSortCompareProc compare) {
+                                                 koSortCompareProc compare) {
     if (size < 1) return size;
     if (!file) return 0;
     return koBubbleSort(file, tarn::file_count(file, count, size), size, koDefShellFileGet,
@@ -301,7 +307,7 @@ TARN_API int32_t TARN_CALL koBubbleSortFileArray(HANDLE *file, int32_t count, in
 }
 
 TARN_API int32_t TARN_CALL koShellSortFileArray(HANDLE *file, int32_t count, int32_t size,
-                                                  koSortCompareProc compare) {
+                                                koSortCompareProc compare) {
     if (size < 1) return size;
     if (!file) return 0;
     return koShellSort(file, tarn::file_count(file, count, size), size, koDefShellFileGet,
@@ -309,7 +315,7 @@ TARN_API int32_t TARN_CALL koShellSortFileArray(HANDLE *file, int32_t count, int
 }
 
 TARN_API int32_t TARN_CALL koQuickSortFileArray(HANDLE *file, int32_t count, int32_t size,
-                                                  koSortCompareProc compare, int32_t threshold) {
+                                                koSortCompareProc compare, int32_t threshold) {
     if (size < 1) return size;
     if (!file) return 0;
     return koQuickSort(file, tarn::file_count(file, count, size), size, koDefShellFileGet,

@@ -28,16 +28,16 @@ constexpr uint32_t kUpperStart = 2 * kBlockSize;
 constexpr int32_t kS_OK = 0;
 constexpr int32_t kE_NOINTERFACE = int32_t(0x80004002u);
 
-const GUID kIID_IXFileCached = {0xEA385ED1, 0x338B, 0x4C27,
-                                {0x82, 0x7B, 0xEB, 0xA3, 0x38, 0xD4, 0x92, 0x40}};
-const GUID kIID_IUnknown = {0x00000000, 0x0000, 0x0000,
-                            {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const GUID kIID_IXFileCached = {
+    0xEA385ED1, 0x338B, 0x4C27, {0x82, 0x7B, 0xEB, 0xA3, 0x38, 0xD4, 0x92, 0x40}};
+const GUID kIID_IUnknown = {
+    0x00000000, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 
 struct CacheBlock {
     unsigned char data[kBlockSize];
-    uint32_t base;   // file position of data[0], a multiple of the block size
-    int32_t valid;   // data read from disk, or nothing there to read
-    int32_t dirty;   // holds bytes the disk has not seen
+    uint32_t base;  // file position of data[0], a multiple of the block size
+    int32_t valid;  // data read from disk, or nothing there to read
+    int32_t dirty;  // holds bytes the disk has not seen
 };
 
 // The state of the cached file that callers rely on, and everything done with the blocks. Its operations
@@ -472,10 +472,9 @@ int32_t TARN_CALL cf_PutByte(IXFileCached *obj, const unsigned char *byte) {
 int32_t TARN_CALL cf_Truncate(IXFileCached *obj) { return self(obj)->truncate(); }
 
 const IXFileCachedVtbl kVtbl = {
-    cf_QueryInterface, cf_AddRef,   cf_Release,  cf_Open,    cf_Create,    cf_CreateTemp,
-    cf_Close,          cf_IsOpen,   cf_GetPos,   cf_GetSize, cf_Seek,      cf_Write,
-    cf_Read,           cf_ReadAt,   cf_WriteAt,  cf_WriteLine, cf_ReadLine, cf_GetByte,
-    cf_PutByte,        cf_Truncate,
+    cf_QueryInterface, cf_AddRef,    cf_Release,  cf_Open,    cf_Create,  cf_CreateTemp, cf_Close,
+    cf_IsOpen,         cf_GetPos,    cf_GetSize,  cf_Seek,    cf_Write,   cf_Read,       cf_ReadAt,
+    cf_WriteAt,        cf_WriteLine, cf_ReadLine, cf_GetByte, cf_PutByte, cf_Truncate,
 };
 
 }  // namespace

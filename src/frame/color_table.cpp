@@ -61,9 +61,9 @@ void read_profile_colors(ColorEntry *t) {
         format_color(t[i].colour, def, sizeof def);
         plat::winini_get_string("tarnGDI", t[i].key, def, text, sizeof text);
         // Only the low byte of each component counts: R=300 is 44.
-        t[i].colour = rgb(uint32_t(koParamTokenGetLong(text, "R")),
-                          uint32_t(koParamTokenGetLong(text, "G")),
-                          uint32_t(koParamTokenGetLong(text, "B")));
+        t[i].colour =
+            rgb(uint32_t(koParamTokenGetLong(text, "R")), uint32_t(koParamTokenGetLong(text, "G")),
+                uint32_t(koParamTokenGetLong(text, "B")));
     }
 }
 
@@ -75,14 +75,14 @@ void setup_colors(bool useProfile) {
         if (t[i].brush) plat::delete_object(t[i].brush);
         t[i].brush = nullptr;
         t[i].key = kDefaults[i].key;
-        t[i].colour = kDefaults[i].sysIndex == kFixed ? kHighlight
-                                                      : plat::sys_color(kDefaults[i].sysIndex);
+        t[i].colour =
+            kDefaults[i].sysIndex == kFixed ? kHighlight : plat::sys_color(kDefaults[i].sysIndex);
     }
     if (!useProfile) return;
     switch (plat::winini_get_int("tarnGDI", "Colors", 0)) {
-        case 1: apply_light_scheme(t); break;
-        case 2: read_profile_colors(t); break;
-        default: break;
+    case 1: apply_light_scheme(t); break;
+    case 2: read_profile_colors(t); break;
+    default: break;
     }
     for (int i = 0; i < kColorCount; ++i) {
         char text[48];
@@ -96,7 +96,7 @@ void setup_colors(bool useProfile) {
 
 namespace {
 int color_index(int32_t index) { return index < 0 || index >= tarn::kColorCount ? 0 : index; }
-}
+}  // namespace
 
 TARN_API COLORREF TARN_CALL koGetSysColor(int32_t index) {
     return tarn::frame().colors[color_index(index)].colour;

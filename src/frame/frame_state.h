@@ -24,7 +24,7 @@ struct FrameState {
     HFONT fonts[kFontSlots] = {};
     bool fontOwned[kFontSlots] = {};
     int32_t music = 0;
-    int32_t autoYield = 0;     // 0 while not ready; doubles as the ready flag
+    int32_t autoYield = 0;  // 0 while not ready; doubles as the ready flag
     HCURSOR dropCursor = nullptr;
     HCURSOR noDropCursor = nullptr;
     HCURSOR waitCursor = nullptr;

@@ -19,11 +19,11 @@ constexpr const char *kSection = "TARNGDI";
 
 plat::PenStyle dot_pen_style(int32_t setting) {
     switch (setting) {
-        case 1: return plat::kPenDot;
-        case 2: return plat::kPenDash;
-        case 3: return plat::kPenDashDot;
-        case 4: return plat::kPenNull;
-        default: return plat::kPenSolid;
+    case 1: return plat::kPenDot;
+    case 2: return plat::kPenDash;
+    case 3: return plat::kPenDashDot;
+    case 4: return plat::kPenNull;
+    default: return plat::kPenSolid;
     }
 }
 
@@ -57,8 +57,8 @@ void register_late_classes(FrameState &f) {
     using namespace plat;
     const HINSTANCE inst = module_instance();
     const uint32_t redraw = kClassHRedraw | kClassVRedraw;
-    register_window_class(inst, {"ko:DibControl", kClassGlobal | kClassDblClks | redraw, 8,
-                                 nullptr, kWhiteBrush});
+    register_window_class(inst, {"ko:DibControl", kClassGlobal | kClassDblClks | redraw, 8, nullptr,
+                                 kWhiteBrush});
     register_window_class(inst, {"ko::PreView2001", kClassGlobal | redraw, 4, nullptr, kNoBrush});
     register_window_class(inst, {"ko::Timer", kClassGlobal, 12, nullptr, kNoBrush});
     char dir[300] = "";

@@ -12,10 +12,10 @@ void read_zoom() {
     s.zoomRead = true;
     const int32_t setting = koGetPublicLong("TARNGDI", "Zoom", 0);
     switch (setting) {
-        case 1: s.zoomFactor = 0.8; break;
-        case 2: s.zoomFactor = 1.125; break;
-        case 3: s.zoomFactor = 1.3125; break;
-        default: s.zoomFactor = 1.0; break;
+    case 1: s.zoomFactor = 0.8; break;
+    case 2: s.zoomFactor = 1.125; break;
+    case 3: s.zoomFactor = 1.3125; break;
+    default: s.zoomFactor = 1.0; break;
     }
     if (s.zoomFactor > 4.0) s.zoomFactor = 4.0;
     s.zoomEnabled = setting >= 1 && setting <= 3;

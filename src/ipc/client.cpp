@@ -32,8 +32,8 @@ int32_t request(koConnect *c, uint32_t number, const void *data, uint32_t length
             capacity = kMaxUserData;
         }
     }
-    const bool ok = client_transaction(*c, uint16_t(number), data, uint16_t(length), into,
-                                       capacity, &received);
+    const bool ok =
+        client_transaction(*c, uint16_t(number), data, uint16_t(length), into, capacity, &received);
     if (ok && received > 0 && reply && into != reply)
         std::memcpy(reply, staging, std::min<uint32_t>(size, received));
     if (replyLength) *replyLength = received;
@@ -80,8 +80,8 @@ TARN_API int32_t TARN_CALL koClientLogout(void *client) {
 }
 
 TARN_API int32_t TARN_CALL koClientRequest(void *client, uint32_t number, const void *data,
-                                              uint32_t length, void *reply, uint16_t replySize,
-                                              uint16_t *replyLength) {
+                                           uint32_t length, void *reply, uint16_t replySize,
+                                           uint16_t *replyLength) {
     koConnect *c = client_of(client);
     if (!c) {
         if (replyLength) *replyLength = 0;

@@ -26,11 +26,11 @@ public:
 
     const char *host = nullptr;  // as given to Open; nothing reads it afterwards
     uint32_t port = 0;
-    uint32_t timeout = 0;        // seconds
-    uint32_t interval = 0;       // milliseconds between completion polls
+    uint32_t timeout = 0;   // seconds
+    uint32_t interval = 0;  // milliseconds between completion polls
     int32_t connected = 0;
-    uint32_t serverClientId = 0; // the time from which the server derived the id it handed out
-    koRequestHeader header = {}; // a client's last frame; ClientID keeps the login's id
+    uint32_t serverClientId = 0;  // the time from which the server derived the id it handed out
+    koRequestHeader header = {};  // a client's last frame; ClientID keeps the login's id
 };
 
 class koConnectPipe : public koConnect {

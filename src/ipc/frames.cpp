@@ -18,7 +18,9 @@ koRequestHeader header_of(const unsigned char *frame) {
     return h;
 }
 
-void put_header(unsigned char *frame, const koRequestHeader &h) { std::memcpy(frame, &h, sizeof h); }
+void put_header(unsigned char *frame, const koRequestHeader &h) {
+    std::memcpy(frame, &h, sizeof h);
+}
 
 void put_u32(unsigned char *at, uint32_t v) {
     at[0] = uint8_t(v);
@@ -154,9 +156,7 @@ Step serve_request(koConnect &c, unsigned char *frame) {
             report(kLogClientEvent | h.ClientID, "deattach");
             h.UserDataLength = 0;
             break;
-        default:
-            h.UserDataLength = 0;
-            break;
+        default: h.UserDataLength = 0; break;
         }
     }
     h.FrameMark = kReplyMark;

@@ -71,8 +71,7 @@ void serve_connection(Chain chain) {
         start_acceptor(chain);
         ++s.active;
         // Between two requests the connection waits on its next one, not on a clock.
-        while (serve_request(*conn, frame) == Step::Continue) {
-        }
+        while (serve_request(*conn, frame) == Step::Continue) {}
         --s.active;
         s.ids.release(conn->header.ClientID);
         conn->Close();
@@ -117,7 +116,7 @@ bool start_sockets(uint16_t port) {
         report_socket_error("socket(AT_INET,SOCK_STREAM,0)");
         return false;
     }
-    const char *failed = !plat::bind_any(sock, port) ? "bind()"
+    const char *failed = !plat::bind_any(sock, port)     ? "bind()"
                          : !plat::listen_socket(sock, 5) ? "listen()"
                                                          : nullptr;
     if (failed) {
@@ -148,7 +147,7 @@ TARN_API int32_t TARN_CALL koExitIP(void) {
 // listening socket (the first one's socket acceptors end); the first's open connections and pipe
 // acceptors go on with them.
 TARN_API void *TARN_CALL koServerCreate(uint32_t port, uint16_t flags, koRequestHandler handler,
-                                           koLogProc log) {
+                                        koLogProc log) {
     koConnect *token = new (std::nothrow) koConnect;
     if (!token) return nullptr;
     ServerState &s = server();
@@ -184,7 +183,7 @@ TARN_API void TARN_CALL koServerShutDown(void *) {
 }
 
 TARN_API void TARN_CALL koServerSockets(void *handle, uint32_t *active, uint32_t *spare,
-                                           uint32_t newSpare) {
+                                        uint32_t newSpare) {
     if (!handle) return;
     ServerState &s = server();
     if (newSpare != 0) s.spare = newSpare;

@@ -21,7 +21,8 @@ Listener::Seen Listener::current() {
 
 bool Listener::is_current(const Seen &seen) {
     std::lock_guard<std::mutex> hold(lock_);
-    return seen.socket != plat::kNoSocket && seen.socket == socket_ && seen.generation == generation_;
+    return seen.socket != plat::kNoSocket && seen.socket == socket_ &&
+           seen.generation == generation_;
 }
 
 Listener::Seen Listener::install(plat::Socket s) {

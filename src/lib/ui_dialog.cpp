@@ -73,8 +73,8 @@ void move_focus(TarnUiDialog *d, int to) {
 intptr_t run_dialog(HWND parent, const DialogLayout &layout, DialogProc proc, intptr_t param) {
     const TarnUiProvider *p = provider();
     if (!p || !p->runDialog) {
-        const intptr_t r = plat::run_resource_dialog(module_instance(), layout.name, parent,
-                                                     proc, param);
+        const intptr_t r =
+            plat::run_resource_dialog(module_instance(), layout.name, parent, proc, param);
         return r < 0 ? 0 : r;
     }
     TarnUiDialog d;
@@ -148,7 +148,9 @@ using namespace tarn::ui;
 namespace {
 
 // Only a dialog that is running answers: a provider may keep a pointer past its dialog's end.
-TarnUiDialog *running(TarnUiDialog *d) { return d ? provider_dialog(reinterpret_cast<HWND>(d)) : nullptr; }
+TarnUiDialog *running(TarnUiDialog *d) {
+    return d ? provider_dialog(reinterpret_cast<HWND>(d)) : nullptr;
+}
 
 }  // namespace
 
@@ -168,7 +170,7 @@ TARN_API int32_t TARN_CALL tarnUiDialogControlCount(TarnUiDialog *d) {
 }
 
 TARN_API int32_t TARN_CALL tarnUiDialogControl(TarnUiDialog *d, int32_t index, int32_t *id,
-                                                  int32_t *kind, const char **label) {
+                                               int32_t *kind, const char **label) {
     d = running(d);
     if (!d || index < 0 || index >= d->layout->count) return 0;
     const ControlLayout &c = d->layout->controls[index];
@@ -179,7 +181,7 @@ TARN_API int32_t TARN_CALL tarnUiDialogControl(TarnUiDialog *d, int32_t index, i
 }
 
 TARN_API int32_t TARN_CALL tarnUiDialogGetText(TarnUiDialog *d, int32_t id, char *text,
-                                                  int32_t size) {
+                                               int32_t size) {
     d = running(d);
     return d ? get_item_text(reinterpret_cast<HWND>(d), id, text, size) : 0;
 }

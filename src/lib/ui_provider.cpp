@@ -50,7 +50,8 @@ TARN_API void TARN_CALL tarnSetUiProvider(const TarnUiProvider *provider) {
     s.provider = TarnUiProvider{};
     if (!provider) return;
     // A provider built against an older, shorter structure leaves the newer members empty.
-    const size_t n = provider->size < sizeof(TarnUiProvider) ? provider->size : sizeof(TarnUiProvider);
+    const size_t n =
+        provider->size < sizeof(TarnUiProvider) ? provider->size : sizeof(TarnUiProvider);
     std::memcpy(&s.provider, provider, n);
     s.provider.size = sizeof(TarnUiProvider);
 }

@@ -5,6 +5,6 @@
 namespace plat {
 
 BSTR sys_alloc_string(const char16_t *text);  // null text gives null
-void sys_free_string(BSTR s);                  // null is ignored
+void sys_free_string(BSTR s);                 // null is ignored
 
 }  // namespace plat

@@ -14,7 +14,7 @@ enum FileShare { kShareNone = 0, kShareReadWrite = 1 };
 enum FileCreate { kOpenExisting = 0, kCreateAlways = 1 };
 
 struct FileOpen {
-    bool write = false;          // read and write access, else read only
+    bool write = false;  // read and write access, else read only
     FileCreate create = kOpenExisting;
     FileShare share = kShareReadWrite;
     bool deleteOnClose = false;  // the system removes the file when its handle is closed

@@ -7,8 +7,14 @@
 namespace plat {
 
 enum SysColorIndex {  // the system colour numbers the colour table uses
-    kColorScrollbar = 0, kColorWindow = 5, kColorWindowText = 8, kColorHighlightText = 14,
-    kColor3DFace = 15, kColorGrayText = 17, kColorBtnText = 18, kColorInfoText = 23,
+    kColorScrollbar = 0,
+    kColorWindow = 5,
+    kColorWindowText = 8,
+    kColorHighlightText = 14,
+    kColor3DFace = 15,
+    kColorGrayText = 17,
+    kColorBtnText = 18,
+    kColorInfoText = 23,
     kColorInfoBk = 24,
 };
 enum PenStyle { kPenSolid = 0, kPenDot = 1, kPenDash = 2, kPenDashDot = 3, kPenNull = 5 };

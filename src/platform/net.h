@@ -75,7 +75,8 @@ int pipe_wait_client(Pipe *p, uint32_t timeoutMs, uint32_t pollMs, const int32_t
 Pipe *pipe_open(const char *name);
 // Reads or writes exactly `count` bytes, waiting on the pipe at most `intervalMs` at a time
 // and giving up once `*connected` is 0; false on any failure (the other end gone included).
-bool pipe_read(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs, const int32_t *connected);
+bool pipe_read(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs,
+               const int32_t *connected);
 bool pipe_write(Pipe *p, const void *buffer, uint32_t count, uint32_t intervalMs,
                 const int32_t *connected);
 void pipe_flush(Pipe *p);       // until the other end has read what was written

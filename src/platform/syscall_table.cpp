@@ -31,8 +31,7 @@ bool fail_now(SysCall call) {
         report_failure(e.kind, e.error.load());
         return true;
     }
-    while (n > 0 && !e.countdown.compare_exchange_weak(n, n - 1)) {
-    }
+    while (n > 0 && !e.countdown.compare_exchange_weak(n, n - 1)) {}
     if (n != 1) return false;
     if (e.persistent.load()) e.countdown.store(1);  // from now on every call fails
     report_failure(e.kind, e.error.load());

@@ -6,7 +6,10 @@
 namespace plat {
 
 enum ClassStyle : uint32_t {  // the class styles the library uses, as the system numbers them
-    kClassVRedraw = 0x0001, kClassHRedraw = 0x0002, kClassDblClks = 0x0008, kClassGlobal = 0x4000,
+    kClassVRedraw = 0x0001,
+    kClassHRedraw = 0x0002,
+    kClassDblClks = 0x0008,
+    kClassGlobal = 0x4000,
 };
 enum StockBrush { kNoBrush = -1, kWhiteBrush = 0, kLightGrayBrush = 1 };
 
@@ -14,7 +17,7 @@ struct WindowClass {
     const char *name;
     uint32_t style;
     int windowExtra;
-    HBRUSH brush;        // used when stock is kNoBrush
+    HBRUSH brush;  // used when stock is kNoBrush
     StockBrush stock;
 };
 

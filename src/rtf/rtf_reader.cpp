@@ -129,9 +129,7 @@ int32_t Reader::run() {
             error = keyword();
             break;
         case '\r':
-        case '\n':
-            ++in;
-            break;
+        case '\n': ++in; break;
         default:
             if (input == kInputNormal) {
                 plain_run();
@@ -241,14 +239,11 @@ int32_t Reader::act(const Keyword *kw, bool hasParameter, int32_t parameter) {
     skipUnknown = 0;
     switch (kw->kind) {
     case kKindProperty:
-        return change_property(kw->index, kw->passDefault || !hasParameter ? kw->defaultValue : parameter);
-    case kKindCharacter:
-        return character(static_cast<unsigned char>(kw->index));
-    case kKindDestination:
-        destination = kDestSkip;
-        return kOk;
-    case kKindSpecial:
-        return special(kw->index);
+        return change_property(kw->index,
+                               kw->passDefault || !hasParameter ? kw->defaultValue : parameter);
+    case kKindCharacter: return character(static_cast<unsigned char>(kw->index));
+    case kKindDestination: destination = kDestSkip; return kOk;
+    case kKindSpecial: return special(kw->index);
     }
     return kBadTable;
 }
@@ -264,9 +259,7 @@ int32_t Reader::special(int32_t action) {
         // Only the state changes: a digit left over from a cut pair stays and is the first of this one.
         input = kInputHex;
         return kOk;
-    case kSpecialSkipUnknown:
-        skipUnknown = 1;
-        return kOk;
+    case kSpecialSkipUnknown: skipUnknown = 1; return kOk;
     }
     return kBadTable;
 }
@@ -293,9 +286,7 @@ int32_t Reader::change_property(int32_t number, int32_t value) {
         if (p.offset + sizeof value > size) return kBadTable;
         std::memcpy(block + p.offset, &value, sizeof value);
         return kOk;
-    case kResetBlock:
-        std::memset(block, 0, size);
-        return kOk;
+    case kResetBlock: std::memset(block, 0, size); return kOk;
     }
     return kBadTable;
 }
@@ -304,7 +295,8 @@ int32_t Reader::push() {
     if (savedCount == savedCapacity) {
         if (savedCapacity >= kMaxGroups) return kNoMemory;
         const int32_t capacity = savedCapacity ? savedCapacity * 2 : kFirstStackSize;
-        auto *grown = static_cast<SavedState *>(AllocGlobal(uint32_t(capacity) * uint32_t(sizeof(SavedState))));
+        auto *grown = static_cast<SavedState *>(
+            AllocGlobal(uint32_t(capacity) * uint32_t(sizeof(SavedState))));
         if (grown == nullptr) return kNoMemory;
         if (savedCount) std::memcpy(grown, saved, size_t(savedCount) * sizeof(SavedState));
         FreeGlobal(saved);

@@ -20,7 +20,12 @@ struct DocumentProps {
     uint8_t facingPages, landscape;
 };
 
-enum KeywordKind : uint8_t { kKindCharacter = 0, kKindDestination = 1, kKindProperty = 2, kKindSpecial = 3 };
+enum KeywordKind : uint8_t {
+    kKindCharacter = 0,
+    kKindDestination = 1,
+    kKindProperty = 2,
+    kKindSpecial = 3
+};
 
 enum SpecialAction : int32_t { kSpecialBinary = 0, kSpecialHex = 1, kSpecialSkipUnknown = 2 };
 
@@ -29,7 +34,7 @@ struct Keyword {
     int32_t defaultValue;
     bool passDefault;  // the default wins over a parameter
     KeywordKind kind;
-    int32_t index;     // property number, character code or special action
+    int32_t index;  // property number, character code or special action
 };
 
 // The entry a search of the keyword table in order finds for `length` bytes at `text`, or null.

@@ -9,7 +9,7 @@
 using namespace tarn::settings;
 
 TARN_API int32_t TARN_CALL koGetPrivateBin(const char *section, const char *key, void *buffer,
-                                              uint32_t size, const char *file) {
+                                           uint32_t size, const char *file) {
     if (buffer && size) std::memset(buffer, 0, size);
     const int32_t type = profile_type();
     if (!is_registry_form(type) || !buffer || !key) return 0;
@@ -23,7 +23,8 @@ TARN_API int32_t TARN_CALL koGetPrivateBin(const char *section, const char *key,
     return 0;
 }
 
-TARN_API uint32_t TARN_CALL koGetPrivateBinSize(const char *section, const char *key, const char *file) {
+TARN_API uint32_t TARN_CALL koGetPrivateBinSize(const char *section, const char *key,
+                                                const char *file) {
     const int32_t type = profile_type();
     if (!is_registry_form(type) || !key) return 0;
     HKEY hkey = nullptr;
@@ -35,7 +36,7 @@ TARN_API uint32_t TARN_CALL koGetPrivateBinSize(const char *section, const char 
 }
 
 TARN_API int32_t TARN_CALL koWritePrivateBin(const char *section, const char *key, const void *data,
-                                                uint32_t size, const char *file) {
+                                             uint32_t size, const char *file) {
     const int32_t type = profile_type();
     if (!is_registry_form(type)) return 0;
     if (!section || !key) return delete_profile_keys(type, file, section) ? 1 : 0;

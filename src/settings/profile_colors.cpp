@@ -14,7 +14,7 @@ void color_text(COLORREF c, char *out, size_t size) {
 }  // namespace
 
 TARN_API COLORREF TARN_CALL GetPrivateProfileRGB(const char *section, const char *key, COLORREF def,
-                                                    const char *iniFile) {
+                                                 const char *iniFile) {
     char deftext[48], text[128];
     color_text(def, deftext, sizeof deftext);
     plat::private_profile_string(section, key, deftext, text, sizeof text, iniFile);
@@ -26,7 +26,7 @@ TARN_API COLORREF TARN_CALL GetPrivateProfileRGB(const char *section, const char
 }
 
 TARN_API COLORREF TARN_CALL WritePrivateProfileRGB(const char *section, const char *key,
-                                                      COLORREF colour, const char *iniFile) {
+                                                   COLORREF colour, const char *iniFile) {
     char text[48];
     color_text(colour, text, sizeof text);
     plat::write_private_profile_string(section, key, text, iniFile);

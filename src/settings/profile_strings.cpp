@@ -22,13 +22,14 @@ bool open_profile_key(int32_t type, const char *file, const char *section, bool 
     if (!write) return plat::reg_open(root, path.c_str(), false, false, key) == plat::kErrorSuccess;
     if (plat::reg_open(root, path.c_str(), true, false, key) == plat::kErrorSuccess) return true;
     // Create the chain step by step, retrying the open after each step.
-    const std::string steps[4] = {".DEFAULT", ".DEFAULT\\PASKWERK",
-                                  profile_key_path(file, nullptr), path};
+    const std::string steps[4] = {".DEFAULT", ".DEFAULT\\PASKWERK", profile_key_path(file, nullptr),
+                                  path};
     for (const std::string &step : steps) {
         HKEY created = nullptr;
         if (plat::reg_create(root, step.c_str(), &created) == plat::kErrorSuccess)
             plat::reg_close(created);
-        if (plat::reg_open(root, path.c_str(), true, false, key) == plat::kErrorSuccess) return true;
+        if (plat::reg_open(root, path.c_str(), true, false, key) == plat::kErrorSuccess)
+            return true;
     }
     return false;
 }
@@ -95,7 +96,7 @@ bool delete_profile_keys(int32_t type, const char *file, const char *section) {
 using namespace tarn::settings;
 
 TARN_API char *TARN_CALL koGetPrivateString(const char *section, const char *key, const char *def,
-                                               char *buffer, int32_t size, const char *file) {
+                                            char *buffer, int32_t size, const char *file) {
     const int32_t type = profile_type();
     if (size == 0) size = 30;
     if (!buffer || size < 0) return nullptr;
@@ -136,7 +137,7 @@ TARN_API char *TARN_CALL koGetPrivateString(const char *section, const char *key
 }
 
 TARN_API int32_t TARN_CALL koWritePrivateString(const char *section, const char *key,
-                                                   const char *value, const char *file) {
+                                                const char *value, const char *file) {
     const int32_t type = profile_type();
     if (!is_registry_form(type)) {
         const std::string path = profile_ini_path(type, file, section != nullptr);
@@ -147,16 +148,14 @@ TARN_API int32_t TARN_CALL koWritePrivateString(const char *section, const char 
     HKEY hkey = nullptr;
     if (!open_profile_key(type, file, section, true, &hkey)) return 0;
     long rc;
-    if (!value)
-        rc = plat::reg_delete_value(hkey, key);
-    else
-        rc = plat::reg_set(hkey, key, plat::kRegSz, value, uint32_t(std::strlen(value) + 1));
+    if (!value) rc = plat::reg_delete_value(hkey, key);
+    else rc = plat::reg_set(hkey, key, plat::kRegSz, value, uint32_t(std::strlen(value) + 1));
     plat::reg_close(hkey);
     return rc == plat::kErrorSuccess ? 1 : 0;
 }
 
 TARN_API int32_t TARN_CALL koGetPrivateLong(const char *section, const char *key, int32_t def,
-                                               const char *file) {
+                                            const char *file) {
     char text[32], deftext[32];
     LongToString(deftext, def, 10);
     koGetPrivateString(section, key, deftext, text, 30, file);
@@ -164,7 +163,7 @@ TARN_API int32_t TARN_CALL koGetPrivateLong(const char *section, const char *key
 }
 
 TARN_API int32_t TARN_CALL koWritePrivateLong(const char *section, const char *key, int32_t value,
-                                                 const char *file) {
+                                              const char *file) {
     char text[16];
     const auto r = std::to_chars(text, text + sizeof text - 1, value);
     *r.ptr = '\0';
@@ -172,7 +171,7 @@ TARN_API int32_t TARN_CALL koWritePrivateLong(const char *section, const char *k
 }
 
 TARN_API double TARN_CALL koGetPrivateDouble(const char *section, const char *key, double def,
-                                                const char *file) {
+                                             const char *file) {
     char text[32], deftext[32];
     DoubleToString(deftext, def, 20, 5);
     koGetPrivateString(section, key, deftext, text, 30, file);
@@ -180,7 +179,7 @@ TARN_API double TARN_CALL koGetPrivateDouble(const char *section, const char *ke
 }
 
 TARN_API int32_t TARN_CALL koWritePrivateDouble(const char *section, const char *key, double value,
-                                                   const char *file) {
+                                                const char *file) {
     // The shortest text that reads back to the same value, with the decimal comma.
     char text[40];
     const auto r = std::to_chars(text, text + sizeof text - 1, value);
@@ -191,7 +190,7 @@ TARN_API int32_t TARN_CALL koWritePrivateDouble(const char *section, const char 
 }
 
 TARN_API char *TARN_CALL koGetPublicString(const char *section, const char *key, const char *def,
-                                              char *buffer, int32_t size) {
+                                           char *buffer, int32_t size) {
     return koGetPrivateString(section, key, def, buffer, size, "DEFAULT");
 }
 
@@ -203,7 +202,8 @@ TARN_API double TARN_CALL koGetPublicDouble(const char *section, const char *key
     return koGetPrivateDouble(section, key, def, "DEFAULT");
 }
 
-TARN_API int32_t TARN_CALL koWritePublicString(const char *section, const char *key, const char *value) {
+TARN_API int32_t TARN_CALL koWritePublicString(const char *section, const char *key,
+                                               const char *value) {
     return koWritePrivateString(section, key, value, "DEFAULT");
 }
 

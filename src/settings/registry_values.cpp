@@ -25,8 +25,10 @@ bool set_value(HKEY key, const char *name, uint32_t type, const void *data, uint
 }
 
 int32_t get_family_dword(const char *subkey, const char *name, DWORD *value) {
-    return tarnGetRegDWORD(HKEY_LOCAL_MACHINE, family_key(kKelvoKey, subkey).c_str(), name, value) ||
-           tarnGetRegDWORD(HKEY_LOCAL_MACHINE, family_key(kHallmorKey, subkey).c_str(), name, value);
+    return tarnGetRegDWORD(HKEY_LOCAL_MACHINE, family_key(kKelvoKey, subkey).c_str(), name,
+                           value) ||
+           tarnGetRegDWORD(HKEY_LOCAL_MACHINE, family_key(kHallmorKey, subkey).c_str(), name,
+                           value);
 }
 
 int32_t set_family_dword(const char *subkey, const char *name, DWORD value) {
@@ -35,17 +37,19 @@ int32_t set_family_dword(const char *subkey, const char *name, DWORD value) {
 
 }  // namespace
 
-TARN_API int32_t TARN_CALL tarnGetRegDWORD(HKEY root, const char *path, const char *name, DWORD *value) {
+TARN_API int32_t TARN_CALL tarnGetRegDWORD(HKEY root, const char *path, const char *name,
+                                           DWORD *value) {
     return tarnGetRegDWORD_Ex(root, path, name, value, nullptr);
 }
 
 // The value's type is not asked: any value of exactly four bytes is read as the number.
 TARN_API int32_t TARN_CALL tarnGetRegDWORD_Ex(HKEY root, const char *path, const char *name,
-                                                 DWORD *value, void *view64) {
+                                              DWORD *value, void *view64) {
     if (!value) return 0;
     *value = 0;
     HKEY key = nullptr;
-    if (plat::reg_open(root, path, false, view64 && Is_Wow64(), &key) != plat::kErrorSuccess) return 0;
+    if (plat::reg_open(root, path, false, view64 && Is_Wow64(), &key) != plat::kErrorSuccess)
+        return 0;
     // Read aside: a query that fails may still have written into the buffer.
     DWORD got = 0;
     uint32_t type = 0, size = sizeof got;
@@ -57,8 +61,8 @@ TARN_API int32_t TARN_CALL tarnGetRegDWORD_Ex(HKEY root, const char *path, const
 }
 
 // On failure the buffer is left empty rather than holding whatever a non-string value put there.
-TARN_API int32_t TARN_CALL tarnGetRegString_Ex(HKEY root, const char *path, const char *name, char *buffer,
-                                                  uint32_t size, BOOL view64) {
+TARN_API int32_t TARN_CALL tarnGetRegString_Ex(HKEY root, const char *path, const char *name,
+                                               char *buffer, uint32_t size, BOOL view64) {
     if (!buffer || size == 0) return 0;
     HKEY key = nullptr;
     long r = plat::reg_open(root, path, false, view64 != 0, &key);
@@ -72,7 +76,8 @@ TARN_API int32_t TARN_CALL tarnGetRegString_Ex(HKEY root, const char *path, cons
     return 0;
 }
 
-TARN_API int32_t TARN_CALL tarnSetRegDWORD(HKEY root, const char *path, const char *name, DWORD value) {
+TARN_API int32_t TARN_CALL tarnSetRegDWORD(HKEY root, const char *path, const char *name,
+                                           DWORD value) {
     HKEY key = nullptr;
     if (plat::reg_open(root, path, true, false, &key) != plat::kErrorSuccess) return 0;
     return set_value(key, name, plat::kRegDword, &value, sizeof value);
@@ -83,8 +88,8 @@ TARN_API int32_t TARN_CALL tarnGetZentKeyDWORD(const char *name, DWORD *value) {
 }
 
 TARN_API int32_t TARN_CALL tarnGetZentKeyString(const char *name, char *buffer, DWORD size) {
-    return tarnGetRegString_Ex(HKEY_LOCAL_MACHINE, family_key(kKelvoKey, kZentcolor).c_str(), name, buffer,
-                               size, 0);
+    return tarnGetRegString_Ex(HKEY_LOCAL_MACHINE, family_key(kKelvoKey, kZentcolor).c_str(), name,
+                               buffer, size, 0);
 }
 
 TARN_API int32_t TARN_CALL tarnSetZentKeyDWORD(const char *name, DWORD value) {
@@ -96,9 +101,11 @@ TARN_API int32_t TARN_CALL tarnSetZentKeyString(const char *name, const char *va
     if (!value) return 0;
     const std::string path = family_key(kKelvoKey, kZentcolor);
     HKEY key = nullptr;
-    if (plat::reg_open(HKEY_LOCAL_MACHINE, path.c_str(), true, false, &key) != plat::kErrorSuccess) {
+    if (plat::reg_open(HKEY_LOCAL_MACHINE, path.c_str(), true, false, &key) !=
+        plat::kErrorSuccess) {
         tarnMakeZentcolorKey();
-        if (plat::reg_open(HKEY_LOCAL_MACHINE, path.c_str(), true, false, &key) != plat::kErrorSuccess)
+        if (plat::reg_open(HKEY_LOCAL_MACHINE, path.c_str(), true, false, &key) !=
+            plat::kErrorSuccess)
             return 0;
     }
     return set_value(key, name, plat::kRegSz, value, uint32_t(std::strlen(value) + 1));

@@ -59,8 +59,8 @@ void fill_from_string(char *field, const char *src, int32_t n, bool upper) {
     std::memset(field, ' ', static_cast<size_t>(n));
     if (src == nullptr) return;
     for (int32_t i = 0; i < n && src[i] != '\0'; ++i) {
-        field[i] = upper ? static_cast<char>(koUpperCaseOEM(static_cast<unsigned char>(src[i])))
-                         : src[i];
+        field[i] =
+            upper ? static_cast<char>(koUpperCaseOEM(static_cast<unsigned char>(src[i]))) : src[i];
     }
 }
 

@@ -31,7 +31,7 @@ void pack(unsigned char *field, int32_t n, const char *digits, size_t len, unsig
     const bool overflow = digits == nullptr || len > static_cast<size_t>(places);
     const int32_t lead = overflow ? places : places - static_cast<int32_t>(len);
     for (int32_t i = 0; i < places; ++i) {
-        const unsigned d = overflow ? kOverflow
+        const unsigned d = overflow   ? kOverflow
                            : i < lead ? 0u
                                       : static_cast<unsigned>(digits[i - lead] - '0');
         set_nibble(field, i, d);
@@ -77,8 +77,7 @@ TARN_API void TARN_CALL LongToCobolX(unsigned char *field, int32_t n, int32_t v)
     pack(field, n, p, static_cast<size_t>(end - p), kUnsigned);
 }
 
-TARN_API double TARN_CALL CobolNToDouble(const unsigned char *field, int32_t n,
-                                            int32_t decimals) {
+TARN_API double TARN_CALL CobolNToDouble(const unsigned char *field, int32_t n, int32_t decimals) {
     if (!usable(field, n)) return 0.0;
     // Amounts are read in full rather than through the 32-bit reader, so fields of ten and more
     // digits keep their value.
@@ -96,7 +95,7 @@ TARN_API double TARN_CALL CobolNToDouble(const unsigned char *field, int32_t n,
 }
 
 TARN_API void TARN_CALL DoubleToCobolN(unsigned char *field, int32_t n, int32_t decimals,
-                                          double v) {
+                                       double v) {
     if (!usable(field, n)) return;
     double scaled = v;
     if (decimals == 2) scaled *= 100.0;

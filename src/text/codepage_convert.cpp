@@ -45,7 +45,7 @@ void translate(const char *src, char *dst, const unsigned char *table, uint32_t 
 }  // namespace
 
 TARN_API int32_t TARN_CALL ANSI2UNC(TARN_WCHAR *dst, int32_t dstSize, const char *src,
-                                       int32_t srcLen) {
+                                    int32_t srcLen) {
     if (!dst || dstSize <= 0) return 0;
     int n = clamp_count(dstSize, srcLen);
     if (n == 0 || !src) {
@@ -69,7 +69,7 @@ TARN_API int32_t TARN_CALL ANSI2UNC(TARN_WCHAR *dst, int32_t dstSize, const char
 }
 
 TARN_API int32_t TARN_CALL UNC2ANSI(char *dst, int32_t dstSize, const TARN_WCHAR *src,
-                                       int32_t srcLen) {
+                                    int32_t srcLen) {
     if (!dst || dstSize <= 0) return 0;
     int n = clamp_count(dstSize, srcLen);
     if (n == 0 || !src) {

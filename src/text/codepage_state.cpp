@@ -18,7 +18,8 @@ uint32_t valid_or(uint32_t cp, uint32_t (*fallback)()) {
 void read_settings(CodePageState &s) {
     const char *section = "tarnGDI";
     uint32_t oem = static_cast<uint32_t>(plat::winini_get_int(section, "CodePageOEM", kDefaultOem));
-    uint32_t ansi = static_cast<uint32_t>(plat::winini_get_int(section, "CodePageANSI", kDefaultAnsi));
+    uint32_t ansi =
+        static_cast<uint32_t>(plat::winini_get_int(section, "CodePageANSI", kDefaultAnsi));
     // Compared signed: a negative "UseCodePages" keeps the fixed tables.
     int32_t use = plat::winini_get_int(section, "UseCodePages", 0);
     s.oemCodePage = valid_or(oem, plat::system_oemcp);
@@ -29,18 +30,12 @@ void read_settings(CodePageState &s) {
 
 // 0 asks, 1 picks the library's default page (or the system's where that page is missing),
 // 2 the system's page; anything else is taken only if the system knows it.
-uint32_t select_page(uint32_t &field, uint32_t request, uint32_t preferred,
-                     uint32_t (*system)()) {
+uint32_t select_page(uint32_t &field, uint32_t request, uint32_t preferred, uint32_t (*system)()) {
     uint32_t previous = field;
     switch (request) {
-    case 0:
-        break;
-    case 1:
-        field = valid_or(preferred, system);
-        break;
-    case 2:
-        field = system();
-        break;
+    case 0: break;
+    case 1: field = valid_or(preferred, system); break;
+    case 2: field = system(); break;
     default:
         if (plat::is_valid_codepage(request)) field = request;
         break;

@@ -19,15 +19,12 @@ const ControlLayout kWorkDateControls[] = {
     {kIdCancel, TARN_UI_BUTTON, "Abbrechen"},
 };
 const DialogLayout kWorkDateDialog = {"WorkDateDialog", "Arbeitsdatum", kWorkDateControls, 4,
-                                    kWorkDateEdit};
+                                      kWorkDateEdit};
 
 const ControlLayout kFilterControls[] = {
-    {100, TARN_UI_LABEL, "von:"},
-    {kFromEdit, TARN_UI_EDIT, ""},
-    {104, TARN_UI_LABEL, "bis:"},
-    {kToEdit, TARN_UI_EDIT, ""},
-    {kAccept, TARN_UI_BUTTON, "OK"},
-    {kIdCancel, TARN_UI_BUTTON, "Abbrechen"},
+    {100, TARN_UI_LABEL, "von:"},    {kFromEdit, TARN_UI_EDIT, ""},
+    {104, TARN_UI_LABEL, "bis:"},    {kToEdit, TARN_UI_EDIT, ""},
+    {kAccept, TARN_UI_BUTTON, "OK"}, {kIdCancel, TARN_UI_BUTTON, "Abbrechen"},
 };
 const DialogLayout kFilterDialog = {"DateFiltDlg", "Zeitraum", kFilterControls, 6, kFromEdit};
 
@@ -71,7 +68,8 @@ intptr_t cancel_or_move_on(HWND dialog, int32_t id) {
     return 0;
 }
 
-intptr_t TARN_CALL filter_dialog_proc(HWND dialog, uint32_t msg, uintptr_t wParam, intptr_t lParam) {
+intptr_t TARN_CALL filter_dialog_proc(HWND dialog, uint32_t msg, uintptr_t wParam,
+                                      intptr_t lParam) {
     static FilterRange *range = nullptr;  // one modal filter dialog at a time
     if (msg == kInitDialog) {
         range = reinterpret_cast<FilterRange *>(lParam);
@@ -102,7 +100,7 @@ intptr_t TARN_CALL filter_dialog_proc(HWND dialog, uint32_t msg, uintptr_t wPara
 }  // namespace
 
 TARN_API intptr_t TARN_CALL ld_WorkDateSetupDlgProc(HWND dialog, uint32_t msg, uintptr_t wParam,
-                                                       intptr_t lParam) {
+                                                    intptr_t lParam) {
     if (msg == kInitDialog) {
         limit_item_text(dialog, kWorkDateEdit, kDateChars);
         char text[32];
@@ -138,7 +136,8 @@ TARN_API int32_t TARN_CALL ld_WorkDateSetup(HWND parent) {
 
 TARN_API int32_t TARN_CALL ld_GetFilter(HWND parent, int32_t *from, int32_t *to) {
     FilterRange range{from, to};
-    return run_dialog(parent, kFilterDialog, filter_dialog_proc, reinterpret_cast<intptr_t>(&range)) == 1
+    return run_dialog(parent, kFilterDialog, filter_dialog_proc,
+                      reinterpret_cast<intptr_t>(&range)) == 1
                ? 1
                : 0;
 }

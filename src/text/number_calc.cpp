@@ -10,8 +10,22 @@ bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 bool is_allowed(char c) { return is_digit(c) || (c != '\0' && std::strchr(",()+-=*/.<>&|", c)); }
 
-enum class Op { None, Add, Sub, Mul, Div, EqualCents, Equal, NotEqual, Less, LessEqual, Greater,
-                GreaterEqual, And, Or };
+enum class Op {
+    None,
+    Add,
+    Sub,
+    Mul,
+    Div,
+    EqualCents,
+    Equal,
+    NotEqual,
+    Less,
+    LessEqual,
+    Greater,
+    GreaterEqual,
+    And,
+    Or
+};
 
 Op read_operator(const char *&p, const char *end) {
     if (p == end) return Op::None;
@@ -37,8 +51,7 @@ Op read_operator(const char *&p, const char *end) {
         op = next == '=' ? Op::GreaterEqual : Op::Greater;
         length = next == '=' ? 2 : 1;
         break;
-    default:
-        return Op::None;
+    default: return Op::None;
     }
     p += length;
     return op;

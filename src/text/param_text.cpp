@@ -50,8 +50,14 @@ int32_t fetch_token(const char *text, int32_t index, char *name, size_t name_cap
     // A null output buffer still lets the token be walked; it just receives nothing.
     char name_sink[1];
     char value_sink[1];
-    if (name == nullptr) { name = name_sink; name_cap = sizeof name_sink; }
-    if (value == nullptr) { value = value_sink; value_cap = sizeof value_sink; }
+    if (name == nullptr) {
+        name = name_sink;
+        name_cap = sizeof name_sink;
+    }
+    if (value == nullptr) {
+        value = value_sink;
+        value_cap = sizeof value_sink;
+    }
     bool value_truncated = false;
     p = copy_part(p, true, name, name_cap, name_truncated);
     if (*p == '=') copy_part(p + 1, false, value, value_cap, value_truncated);
@@ -86,18 +92,17 @@ TARN_API int32_t TARN_CALL koParamTokenCnt(const char *text) {
 }
 
 TARN_API int32_t TARN_CALL koParamTokenGet(const char *text, int32_t index, char *name,
-                                              char *value) {
+                                           char *value) {
     bool name_truncated = false;
     return fetch_token(text, index, name, kUnbounded, value, kUnbounded, name_truncated);
 }
 
-TARN_API int32_t TARN_CALL koParamTokenGetByName(const char *text, const char *name,
-                                                    char *value) {
+TARN_API int32_t TARN_CALL koParamTokenGetByName(const char *text, const char *name, char *value) {
     return find_by_name(text, name, value, kUnbounded) ? 1 : 0;
 }
 
 TARN_API int32_t TARN_CALL koParamTokenGetByNameU(const char *text, const char *name,
-                                                     TARN_WCHAR *value) {
+                                                  TARN_WCHAR *value) {
     char narrow[kWideValueBuffer];
     if (!find_by_name(text, name, narrow, sizeof narrow)) {
         if (value != nullptr) value[0] = 0;

@@ -10,11 +10,23 @@ namespace {
 
 bool is_break_after(char c) {
     switch (c) {
-    case ' ': case '-': case '+': case '*': case '/': case '(': case ')': case '{': case '}':
-    case '.': case '?': case '!': case ':': case ';': case ',': case '=':
-        return true;
-    default:
-        return false;
+    case ' ':
+    case '-':
+    case '+':
+    case '*':
+    case '/':
+    case '(':
+    case ')':
+    case '{':
+    case '}':
+    case '.':
+    case '?':
+    case '!':
+    case ':':
+    case ';':
+    case ',':
+    case '=': return true;
+    default: return false;
     }
 }
 
@@ -44,7 +56,7 @@ TARN_API const char *TARN_CALL koGetTextLineStart(const char *text, int32_t line
 }
 
 TARN_API int32_t TARN_CALL koCopyTextLine(const char *text, int32_t line, char *out,
-                                             int32_t outSize) {
+                                          int32_t outSize) {
     // Without room for the terminator nothing can be delivered, so there is no line to report.
     if (out == nullptr || outSize < 1) return 0;
     const char *p = koGetTextLineStart(text, line);

@@ -27,20 +27,25 @@ TARN_API int32_t TARN_CALL koUpperCaseEx(int32_t c) {
     if (!tarn::codepages().fixedMode) return koUpperCase(c);
     if (c >= 'a' && c <= 'z') return c - 'a' + 'A';
     switch (c) {
-    case 0x84: case 0x8E:  // OEM ä Ä
-    case -28: case -60:    // ANSI ä Ä
+    case 0x84:
+    case 0x8E:  // OEM ä Ä
+    case -28:
+    case -60:  // ANSI ä Ä
         return 'A';
-    case 0x94: case 0x99:  // OEM ö Ö
-    case -10: case -42:    // ANSI ö Ö
+    case 0x94:
+    case 0x99:  // OEM ö Ö
+    case -10:
+    case -42:  // ANSI ö Ö
         return 'O';
-    case 0x81: case 0x9A:  // OEM ü Ü
-    case -4: case -36:     // ANSI ü Ü
+    case 0x81:
+    case 0x9A:  // OEM ü Ü
+    case -4:
+    case -36:  // ANSI ü Ü
         return 'U';
-    case 0xE1:             // OEM ß, also an unsigned ANSI á
-    case -33:              // ANSI ß
+    case 0xE1:  // OEM ß, also an unsigned ANSI á
+    case -33:   // ANSI ß
         return 'S';
-    default:
-        return c;
+    default: return c;
     }
 }
 

@@ -68,7 +68,7 @@ TARN_API int32_t TARN_CALL Base64ToBytes_W(const TARN_WCHAR *text, void *out, ui
 }
 
 TARN_API int32_t TARN_CALL BytesToBase64_W(const void *data, int32_t count, TARN_WCHAR *out,
-                                              int32_t outSize) {
+                                           int32_t outSize) {
     if (count < 1 || data == nullptr) return 0;
     const auto *bytes = static_cast<const unsigned char *>(data);
     int32_t written = 0;

@@ -40,7 +40,8 @@ public:
     BracketReader(const char *text, int64_t size) : text_(text), size_(size), p_(text) {}
 
     bool read_root(XML_Node *root) {
-        if (size_ < int64_t(kMagicLength) || std::memcmp(text_, kMagic, kMagicLength) != 0) return false;
+        if (size_ < int64_t(kMagicLength) || std::memcmp(text_, kMagic, kMagicLength) != 0)
+            return false;
         koXML_SetName(root, "GAEB");
         return read_block(root);
     }
@@ -88,7 +89,9 @@ private:
                 } else if (starts_with(p_, kBegin)) {
                     p_ += sizeof kBegin - 1;
                     const char *atom;
-                    XML_Node *child = bracketed_name(&atom) ? tarn::xml::append_child(open.back(), atom) : nullptr;
+                    XML_Node *child = bracketed_name(&atom)
+                                          ? tarn::xml::append_child(open.back(), atom)
+                                          : nullptr;
                     if (!child) return false;
                     open.push_back(child);
                 } else if (*p_ == '[') {

@@ -34,7 +34,8 @@ public:
         return text_;
     }
     void add(char c) {
-        if (length_ >= kLineMax) tarn::fatal("koXML_SaveTreeToGAEB2K: line longer than 299 characters");
+        if (length_ >= kLineMax)
+            tarn::fatal("koXML_SaveTreeToGAEB2K: line longer than 299 characters");
         text_[length_++] = c;
     }
     void add(const char *s) {
@@ -68,7 +69,8 @@ public:
     bool write(const XML_Node *node, int depth) {
         // Lines are built apart, so the work buffer takes the raw values.
         value_ = out_.work();
-        if (koXML_GetType(const_cast<XML_Node *>(node)) != TARN_XML_ELEMENT) return field(node, depth);
+        if (koXML_GetType(const_cast<XML_Node *>(node)) != TARN_XML_ELEMENT)
+            return field(node, depth);
         std::vector<Block> &open = open_;
         open.clear();
         try {

@@ -25,10 +25,10 @@ struct IndexSlot {
 
 struct AtomTable {
     uint32_t count = 0;
-    uint32_t capacity = 0;      // a multiple of kGrowth
-    char **entries = nullptr;   // tracked block of `capacity` text pointers, sorted ascending
-    int32_t lockCount = 0;      // trees alive plus explicit locks
-    IndexSlot *index = nullptr; // open addressing, power-of-two size, at most half full
+    uint32_t capacity = 0;       // a multiple of kGrowth
+    char **entries = nullptr;    // tracked block of `capacity` text pointers, sorted ascending
+    int32_t lockCount = 0;       // trees alive plus explicit locks
+    IndexSlot *index = nullptr;  // open addressing, power-of-two size, at most half full
     uint32_t indexSize = 0;
     uint32_t indexUsed = 0;
 };
@@ -51,7 +51,8 @@ const char *index_find(const char *text, size_t length, uint32_t hash) {
     for (uint32_t i = hash & mask;; i = (i + 1) & mask) {
         const IndexSlot &slot = gAtoms.index[i];
         if (slot.atom == nullptr) return nullptr;
-        if (slot.hash == hash && slot.length == length && std::memcmp(slot.atom, text, length) == 0) {
+        if (slot.hash == hash && slot.length == length &&
+            std::memcmp(slot.atom, text, length) == 0) {
             return slot.atom;
         }
     }
@@ -129,7 +130,8 @@ const char *intern_terminated(const char *name, size_t length, uint32_t hash) {
     if (text == nullptr) return nullptr;
     std::memcpy(text, name, length);
     // Shifting into the searched place gives the order a full sort would give.
-    std::memmove(gAtoms.entries + lo + 1, gAtoms.entries + lo, (gAtoms.count - lo) * sizeof(char *));
+    std::memmove(gAtoms.entries + lo + 1, gAtoms.entries + lo,
+                 (gAtoms.count - lo) * sizeof(char *));
     gAtoms.entries[lo] = text;
     ++gAtoms.count;
     index_add(text, length, hash);

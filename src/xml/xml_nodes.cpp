@@ -36,7 +36,7 @@ struct ChunkEntry {
 // thread builds a different one; the lock covers only taking and giving back entries.
 struct NodeArena {
     ChunkEntry *segments[kSegments] = {};
-    uint32_t used = 0;       // highest entry handed out; entry 0 stays unused, so reference 0 is none
+    uint32_t used = 0;  // highest entry handed out; entry 0 stays unused, so reference 0 is none
     uint32_t freeEntry = 0;  // entries given back, linked through `next`
     std::mutex lock;
 };
@@ -45,12 +45,12 @@ NodeArena gArena;
 
 struct NodePool {
     HANDLE *store = nullptr;
-    uint32_t chunks = 0;    // first chunk entry of this pool
-    Ref freeList = 0;       // linked through the freed nodes' value bytes
-    Ref bump = 0;           // next unused node of the newest chunk
+    uint32_t chunks = 0;  // first chunk entry of this pool
+    Ref freeList = 0;     // linked through the freed nodes' value bytes
+    Ref bump = 0;         // next unused node of the newest chunk
     uint32_t bumpLeft = 0;
     uint32_t chunkNodes = kFirstChunkNodes;
-    size_t live = 0;        // nodes not yet released
+    size_t live = 0;  // nodes not yet released
 };
 
 ChunkEntry &entry(uint32_t number) {
@@ -250,7 +250,8 @@ XML_Node *child_by_name(XML_Node *node, const char *name) {
     if (name == nullptr) return nullptr;
     if (name[0] == '.' && name[1] == '\0') return at(node->first);
     // ".." is the first child's parent; without children there is none, so NULL.
-    if (name[0] == '.' && name[1] == '.' && name[2] == '\0') return node->first != 0 ? node : nullptr;
+    if (name[0] == '.' && name[1] == '.' && name[2] == '\0')
+        return node->first != 0 ? node : nullptr;
     for (XML_Node *child = at(node->first); child != nullptr; child = at(child->next)) {
         if (same_name(child->name, name)) return child;
     }
@@ -275,7 +276,8 @@ char *next_token(char **cursor) {
 XML_Node *path_step(XML_Node *node, const char *token) {
     if (token[0] == '+' && token[1] == '\0') return at(node->first);
     if (token[0] == '<' && token[1] == '\0') {
-        for (XML_Node *sibling = prev_sibling(node); sibling != nullptr; sibling = prev_sibling(sibling)) {
+        for (XML_Node *sibling = prev_sibling(node); sibling != nullptr;
+             sibling = prev_sibling(sibling)) {
             if (same_name(sibling->name, node->name)) return sibling;
         }
         return nullptr;
@@ -338,8 +340,7 @@ int32_t reku(XML_Node *node, uint32_t flags, koXML_RekuProc proc, intptr_t user)
                 }
             }
             break;
-        case Visit::Stage::AfterParent:
-            break;
+        case Visit::Stage::AfterParent: break;
         }
         // The visit ends with its last call; the visit below it goes on.
         if ((v.flags & 0x20) && !proc(v.node, user)) return 0;
@@ -481,7 +482,7 @@ TARN_API XML_Node *TARN_CALL koXML_GetChildByNameEx(XML_Node *node, const char *
 
 // A NULL callback visits nothing; a traversal whose stack cannot grow ends there with 0.
 TARN_API int32_t TARN_CALL koXML_DoReku(XML_Node *node, uint32_t flags, koXML_RekuProc proc,
-                                           intptr_t user) {
+                                        intptr_t user) {
     if (proc == nullptr) return 0;
     try {
         return reku(node, flags, proc, user);

@@ -21,7 +21,7 @@ public:
     bool create(const char *name);
     char *work() { return work_; }
 
-    bool line(const char *text);                // the text and CR LF
+    bool line(const char *text);                 // the text and CR LF
     bool write(const char *text, size_t count);  // without line end
 
     // Closes the file; 1 when everything was written, else deletes it and gives 0.

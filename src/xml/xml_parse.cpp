@@ -43,7 +43,8 @@ int32_t reference_number(const char *digits) {
 size_t plain_run(const char *s, size_t n, bool keepWhite) {
     const void *amp = std::memchr(s, '&', n);
     size_t run = amp ? size_t(static_cast<const char *>(amp) - s) : n;
-    if (const void *tab = std::memchr(s, '\t', run)) run = size_t(static_cast<const char *>(tab) - s);
+    if (const void *tab = std::memchr(s, '\t', run))
+        run = size_t(static_cast<const char *>(tab) - s);
     if (!keepWhite) {
         for (size_t i = 0; i < run; ++i)
             if (s[i] == '\r' || s[i] == '\n') return i;
@@ -151,15 +152,13 @@ int Tokenizer::next() {
     int kind = kTokenStart;
     c = source_.get();
     if (c == 0 || c == '>') return kTokenEnd;
-    if (c == '/')
-        kind = kTokenClose;
-    else
-        put(c);
+    if (c == '/') kind = kTokenClose;
+    else put(c);
     for (;;) {
         if (source_.cur == source_.end && !source_.advance()) return kTokenEnd;
         const unsigned char *from = source_.cur;
-        const auto *gt = static_cast<const unsigned char *>(
-            std::memchr(from, '>', size_t(source_.end - from)));
+        const auto *gt =
+            static_cast<const unsigned char *>(std::memchr(from, '>', size_t(source_.end - from)));
         put_raw(from, gt ? gt : source_.end);
         if (gt) {
             source_.cur = gt + 1;
@@ -218,7 +217,8 @@ public:
     void flush() {
         if (used_ == 0) return;
         const HANDLE file = *cell_;
-        if (X_Seek(file, 0, 2) == end_ && X_lWrite(file, buffer_, int32_t(used_)) == int32_t(used_)) {
+        if (X_Seek(file, 0, 2) == end_ &&
+            X_lWrite(file, buffer_, int32_t(used_)) == int32_t(used_)) {
             end_ += int64_t(used_);
         } else {
             for (size_t i = 0; i < count_; ++i) forget(nodes_[i]);
@@ -330,8 +330,7 @@ int32_t build(XML_Node *root, Source &source, Tokenizer &tokens, SlotWriter &slo
         kind = tokens.next();
         char *text = tokens.text();
         switch (kind) {
-        case kTokenEnd:
-            return 0;
+        case kTokenEnd: return 0;
         case kTokenText: {
             const size_t length = decode_value(text, tokens.length(), keepWhite);
             slots.set(current, text, length);

@@ -11,7 +11,7 @@
 namespace tarn::xml {
 
 enum TokenKind : int {
-    kTokenEnd = 0,    // end of input or an error
+    kTokenEnd = 0,  // end of input or an error
     kTokenStart = 1,
     kTokenClose = 2,  // end tag
     kTokenEmpty = 3,  // empty-element tag

@@ -8,7 +8,7 @@
 using namespace tarn::xml;
 
 TARN_API XML_Node *TARN_CALL koXML_CreateTreeFromFileEx(const char *file, HANDLE *store,
-                                                           int32_t flag) {
+                                                        int32_t flag) {
     XML_Node *root = koXML_CreateTree(nullptr, store);
     if (!root || !file) return root;
     FileSource source;
@@ -32,7 +32,8 @@ XML_Node *read_with_own_store(const char *file, int32_t flag, bool logFailure) {
     HANDLE *cell = new_store_cell();
     XML_Node *root = cell ? koXML_CreateTreeFromFileEx(file, cell, flag) : nullptr;
     if (!root) {
-        if (logFailure) koEventLogWrite(1, "tarngdi32::xml_exp::koXML_CreateTreeEx", "lpRet == NULL");
+        if (logFailure)
+            koEventLogWrite(1, "tarngdi32::xml_exp::koXML_CreateTreeEx", "lpRet == NULL");
         FreeGlobal(cell);
     }
     return root;

@@ -103,8 +103,8 @@ constexpr size_t kDeclarationLength = sizeof kDeclaration - 1;  // 14
 
 // Read with the quotes: a name in single quotes matches none of them.
 constexpr const char *kLatinNames[] = {
-    "\"WINDOWS-1252\"", "\"ISO-8859-1\"", "\"ISO_8859-1\"", "\"IBM819\"",
-    "\"LATIN1\"",       "\"CSISOLATIN1\"", "\"CP1252\"",    "\"CP819\"",
+    "\"WINDOWS-1252\"", "\"ISO-8859-1\"",  "\"ISO_8859-1\"", "\"IBM819\"",
+    "\"LATIN1\"",       "\"CSISOLATIN1\"", "\"CP1252\"",     "\"CP819\"",
 };
 constexpr char kUtf8Name[] = "\"UTF-8\"";
 
@@ -164,7 +164,8 @@ bool FileSource::open(const char *name, int32_t flag) {
 
     char head[200] = {};
     const int32_t got = file_->lpVtbl->Read(file_, head, 180);
-    if (got < int32_t(kDeclarationLength) || std::memcmp(head, kDeclaration, kDeclarationLength) != 0) {
+    if (got < int32_t(kDeclarationLength) ||
+        std::memcmp(head, kDeclaration, kDeclarationLength) != 0) {
         close();
         return false;
     }

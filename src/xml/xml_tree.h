@@ -18,7 +18,7 @@ struct XML_Node {
     uint32_t first;
     uint32_t prev;
     uint32_t next;
-    uint32_t self;     // this node's own reference
+    uint32_t self;  // this node's own reference
     uint32_t type;
     int32_t offset;    // slot in the scratch file, -1 before one is reserved
     int32_t length;    // value length in bytes

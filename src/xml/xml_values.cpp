@@ -143,14 +143,15 @@ TARN_API int32_t TARN_CALL koXML_SetBinValue(XML_Node *node, const void *data, i
 
 // The buffer is emptied only where it has room for the zero.
 TARN_API int32_t TARN_CALL koXML_GetValueByName(XML_Node *node, const char *name, char *buffer,
-                                                   int32_t size) {
+                                                int32_t size) {
     if (buffer != nullptr && size > 0) buffer[0] = '\0';
     XML_Node *child = koXML_GetChildByName(node, name);
     if (child == nullptr) return 0;
     return koXML_GetValue(child, buffer, size) != nullptr ? 1 : 0;
 }
 
-TARN_API int32_t TARN_CALL koXML_SetValueByName(XML_Node *node, const char *name, const char *text) {
+TARN_API int32_t TARN_CALL koXML_SetValueByName(XML_Node *node, const char *name,
+                                                const char *text) {
     XML_Node *child = koXML_GetChildByName(node, name);
     if (child == nullptr) child = koXML_AddChildLast(node, name);
     if (child == nullptr) return 0;

@@ -170,7 +170,7 @@ private:
         XML_Node *node;
         XML_Node *next;  // the child to look at next
         int depth;
-        bool children;   // element children (compatible form: the end tag gets its own line)
+        bool children;  // element children (compatible form: the end tag gets its own line)
     };
 
     // The start of a node: its start tag (or empty-element tag) and, in the compatible form, its
@@ -295,8 +295,9 @@ int32_t save_xml(XML_Node *node, const char *file, bool compatible) {
         FreeGlobal(value);
         return 0;
     }
-    const bool ok = compatible ? out.line("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>") && writer.write(node)
-                               : out.line("<?xml version=\"1.0\" ?>") && writer.write(node);
+    const bool ok =
+        compatible ? out.line("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>") && writer.write(node)
+                   : out.line("<?xml version=\"1.0\" ?>") && writer.write(node);
     FreeGlobal(value);
     return out.finish(ok);
 }

@@ -6,13 +6,15 @@
 
 namespace test_env {
 
-bool library_keeps_settings();  // false on Windows, where the system keeps INI files and registry
-std::string program_folder();                     // the library's program folder (INI forms beside it)
+bool library_keeps_settings();                     // false on Windows, where the system keeps INI files and registry
+std::string program_folder();                      // the library's program folder (INI forms beside it)
 std::string temp_folder(const std::string &name);  // a fresh empty folder for one test
 std::string join(const std::string &a, const std::string &b);
 
 // This test program, started again with `args` (it then runs the helper role named by them).
-struct Child { long long id = 0; };
+struct Child {
+    long long id = 0;
+};
 Child start_self(const std::vector<std::string> &args);
 int wait_child(Child c);        // exit code, or -1
 void kill_child_hard(Child c);  // SIGKILL / TerminateProcess

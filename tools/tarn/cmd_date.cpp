@@ -44,7 +44,8 @@ int run_date(const Args &args) {
     if (texts.empty()) return usage_error(cmd, "expects a TEXT to read");
     if (!workdate.empty()) {
         const int32_t d = ld_FromStringEx(workdate.c_str());
-        if (d == 0 || workdate.size() != 10) return usage_error(cmd, "--workdate must be DD.MM.YYYY");
+        if (d == 0 || workdate.size() != 10)
+            return usage_error(cmd, "--workdate must be DD.MM.YYYY");
         ld_SetWorkDate(d);
     }
     char wd[32];

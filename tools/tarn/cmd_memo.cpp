@@ -22,7 +22,8 @@ uint32_t le(const std::string &s, size_t at, int bytes) {
 
 // Magic, table size and the table itself present; a message on stderr otherwise.
 bool read_header(const std::string &path, const std::string &data, Header *h) {
-    if (data.size() >= 8 && le(data, 0, 2) == 0x2649 && le(data, 2, 2) <= 29 && data.size() >= 8 + le(data, 2, 2)) {
+    if (data.size() >= 8 && le(data, 0, 2) == 0x2649 && le(data, 2, 2) <= 29 &&
+        data.size() >= 8 + le(data, 2, 2)) {
         h->tableSize = le(data, 2, 2);
         h->length = le(data, 4, 4);
         // A byte of codes gives at most 16 bytes of text: a longer text cannot be in the stream.
@@ -52,7 +53,8 @@ int expand(const Args &args) {
     Header h;
     if (!read_input(args[0], &data) || !read_header(args[0], data, &h)) return kFailure;
     std::string out(h.length, '\0');
-    if (h.length && koMemoExpand(data.data(), uint32_t(data.size()), &out[0], h.length) != h.length) {
+    if (h.length &&
+        koMemoExpand(data.data(), uint32_t(data.size()), &out[0], h.length) != h.length) {
         std::fprintf(stderr, "tarn memo: %s is damaged or cut short\n", args[0].c_str());
         return kFailure;
     }
@@ -64,7 +66,8 @@ int info(const Args &args) {
     Header h;
     if (!read_input(args[0], &data) || !read_header(args[0], data, &h)) return kFailure;
     // A capacity of 0 expands without storing: the whole stream is checked.
-    const bool whole = h.length == 0 || koMemoExpand(data.data(), uint32_t(data.size()), nullptr, 0) == h.length;
+    const bool whole =
+        h.length == 0 || koMemoExpand(data.data(), uint32_t(data.size()), nullptr, 0) == h.length;
     std::printf("table size       %u\n", h.tableSize);
     std::printf("original length  %u\n", h.length);
     std::printf("compressed       %zu\n", data.size());

@@ -44,8 +44,8 @@ void *connect(const ClientOptions &o) {
     koInitIP();
     void *c = koClientCreate(o.port, o.pipe ? KO_CLIENT_PIPE : KO_CLIENT_SOCKET, o.host.c_str());
     if (!c) {
-        std::fprintf(stderr, "tarn: no server at %s port %u (%s)\n", o.host.c_str(), unsigned(o.port),
-                     o.pipe ? "pipe" : "tcp");
+        std::fprintf(stderr, "tarn: no server at %s port %u (%s)\n", o.host.c_str(),
+                     unsigned(o.port), o.pipe ? "pipe" : "tcp");
         koExitIP();
     }
     return c;
@@ -62,7 +62,8 @@ int run_request(const Args &args) {
     const Command &cmd = command("request");
     ClientOptions o;
     if (const int rc = parse_client(cmd, args, false, &o); rc != kOk) return rc;
-    if (o.rest.empty() || o.rest.size() > 2) return usage_error(cmd, "expects ID and at most one DATA");
+    if (o.rest.empty() || o.rest.size() > 2)
+        return usage_error(cmd, "expects ID and at most one DATA");
     char *end = nullptr;
     const long id = std::strtol(o.rest[0].c_str(), &end, 10);
     if (o.rest[0].empty() || *end || id < 0 || id > 65535)
@@ -78,8 +79,8 @@ int run_request(const Args &args) {
     }
     std::vector<char> reply(30000);
     uint16_t length = 0;
-    const int32_t ok = koClientRequest(c, uint32_t(id), data.data(), uint32_t(data.size()), reply.data(),
-                                       uint16_t(reply.size()), &length);
+    const int32_t ok = koClientRequest(c, uint32_t(id), data.data(), uint32_t(data.size()),
+                                       reply.data(), uint16_t(reply.size()), &length);
     if (ok && length > 0) {
         std::fwrite(reply.data(), 1, length, stdout);
         std::fputc('\n', stdout);
@@ -101,7 +102,9 @@ int run_shutdown(const Args &args) {
     const int32_t ok = koClientShutServerDown(c, o.force ? 1 : 0);
     if (!ok) std::fprintf(stderr, "tarn shutdown: the request failed\n");
     else if (!o.force)
-        std::fprintf(stderr, "asked without --force: the server stops only if this was its one connection\n");
+        std::fprintf(
+            stderr,
+            "asked without --force: the server stops only if this was its one connection\n");
     disconnect(c);
     return ok ? kOk : kFailure;
 }

@@ -43,8 +43,7 @@ void TARN_CALL log_to_stderr(uint32_t code, const char *text, uint32_t flag) {
     if (code & 0x01000000u)
         std::fprintf(stderr, "client %u: %s%s\n", unsigned(code & 0xFFFFu), text,
                      flag ? " (logout)" : "");
-    else
-        std::fprintf(stderr, "%u: %s\n", unsigned(code), text);
+    else std::fprintf(stderr, "%u: %s\n", unsigned(code), text);
 }
 
 }  // namespace
@@ -83,9 +82,11 @@ int run_serve(const Args &args) {
         return kFailure;
     }
     server = s;
-    std::fprintf(stderr, "serving port %u (%s%s%s); request %u echoes, %u tells time and connections\n",
+    std::fprintf(stderr,
+                 "serving port %u (%s%s%s); request %u echoes, %u tells time and connections\n",
                  unsigned(port), flags & KO_SERVER_SOCKETS ? "tcp" : "", flags == 3 ? ", " : "",
-                 flags & KO_SERVER_PIPES ? "pipe" : "", unsigned(kEchoRequest), unsigned(kStatusRequest));
+                 flags & KO_SERVER_PIPES ? "pipe" : "", unsigned(kEchoRequest),
+                 unsigned(kStatusRequest));
     while (koServerIsRunning(s)) std::this_thread::sleep_for(std::chrono::milliseconds(200));
     koServerCleanup(s);
     koExitIP();

@@ -16,11 +16,13 @@ int run_settings(const Args &args) {
         if (args[i] == "--type") {
             if (i + 1 >= args.size()) return usage_error(cmd, "--type needs a value");
             const std::string &t = args[++i];
-            if (t.size() != 1 || t[0] < '0' || t[0] > '3') return usage_error(cmd, "--type is 0 to 3");
+            if (t.size() != 1 || t[0] < '0' || t[0] > '3')
+                return usage_error(cmd, "--type is 0 to 3");
             koSetProfileType(t[0] - '0');
             // An out-of-range type changes nothing and answers the type in force.
             if (koSetProfileType(-2) != t[0] - '0') {
-                std::fprintf(stderr, "tarn settings: profile type %s is not available here\n", t.c_str());
+                std::fprintf(stderr, "tarn settings: profile type %s is not available here\n",
+                             t.c_str());
                 return kFailure;
             }
         } else {

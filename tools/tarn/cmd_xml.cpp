@@ -19,7 +19,8 @@ class ProgressBar {
 public:
     ProgressBar() {
         if (!stderr_is_terminal()) return;
-        const TarnUiProvider provider = {sizeof provider, this, nullptr, nullptr, &ProgressBar::report};
+        const TarnUiProvider provider = {sizeof provider, this, nullptr, nullptr,
+                                         &ProgressBar::report};
         tarnSetUiProvider(&provider);
         koXML_SetStatusWindow(progress_window());
         active_ = true;
@@ -93,7 +94,8 @@ void leaves_to_fields(XML_Node *node) {
             continue;
         }
         char first[2];
-        if (koXML_GetType(c) == TARN_XML_ELEMENT && koXML_GetValue(c, first, sizeof first) && first[0])
+        if (koXML_GetType(c) == TARN_XML_ELEMENT && koXML_GetValue(c, first, sizeof first) &&
+            first[0])
             koXML_SetType(c, TARN_XML_ATTRIBUTE);
     }
 }
@@ -106,7 +108,8 @@ bool parse_form_option(const std::string &arg, XmlForm *form) {
 }
 
 // IN OUT and at most one form option, in any order.
-bool split_args(const Args &args, std::string *in, std::string *out, XmlForm *form, std::string *error) {
+bool split_args(const Args &args, std::string *in, std::string *out, XmlForm *form,
+                std::string *error) {
     std::vector<std::string> files;
     bool haveForm = false;
     for (const std::string &a : args) {
@@ -151,7 +154,9 @@ int run_gaeb2xml(const Args &args) {
         return kFailure;
     }
     if (!koXML_GetFirstChild(tree.root)) {
-        std::fprintf(stderr, "tarn: %s is not a GAEB 2000 file (no \"#begin[GAEB]\" at its start)\n", in.c_str());
+        std::fprintf(stderr,
+                     "tarn: %s is not a GAEB 2000 file (no \"#begin[GAEB]\" at its start)\n",
+                     in.c_str());
         return kFailure;
     }
     return saved(form == XmlForm::Plain ? koXML_SaveTreeToFile(tree.root, out.c_str())
@@ -165,7 +170,9 @@ int run_xml2gaeb(const Args &args) {
     if (!split_args(args, &in, &out, &form, &error)) return usage_error(command("xml2gaeb"), error);
     TreeOwner tree{read_xml(in, form)};
     if (!tree.root) {
-        std::fprintf(stderr, "tarn: %s is not an XML file (it must begin with \"<?xml version=\")\n", in.c_str());
+        std::fprintf(stderr,
+                     "tarn: %s is not an XML file (it must begin with \"<?xml version=\")\n",
+                     in.c_str());
         return kFailure;
     }
     if (std::strcmp(koXML_GetName(tree.root), "GAEB") != 0)
@@ -182,7 +189,9 @@ int run_xml(const Args &args) {
     if (form == XmlForm::Detect) return usage_error(command("xml"), "say --compatible or --plain");
     TreeOwner tree{read_xml(in, XmlForm::Detect)};
     if (!tree.root) {
-        std::fprintf(stderr, "tarn: %s is not an XML file (it must begin with \"<?xml version=\")\n", in.c_str());
+        std::fprintf(stderr,
+                     "tarn: %s is not an XML file (it must begin with \"<?xml version=\")\n",
+                     in.c_str());
         return kFailure;
     }
     return saved(form == XmlForm::Plain ? koXML_SaveTreeToFile(tree.root, out.c_str())

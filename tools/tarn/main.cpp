@@ -131,10 +131,9 @@ bool wants_help(const Args &args) {
 namespace {
 
 void print_help(FILE *to) {
-    std::fprintf(to,
-                 "usage: tarn COMMAND [ARGS...]\n"
-                 "       tarn --help | --version\n"
-                 "       tarn COMMAND --help\n\ncommands:\n");
+    std::fprintf(to, "usage: tarn COMMAND [ARGS...]\n"
+                     "       tarn --help | --version\n"
+                     "       tarn COMMAND --help\n\ncommands:\n");
     for (const auto &c : tarn_tool::commands()) std::fprintf(to, "  %-10s %s\n", c.name, c.summary);
 }
 

@@ -37,7 +37,8 @@ struct CodePage {
     std::string replacement;
 
     int byte_of(char16_t u) const {
-        auto it = std::lower_bound(encode.begin(), encode.end(), std::make_pair(u, (unsigned char)0));
+        auto it =
+            std::lower_bound(encode.begin(), encode.end(), std::make_pair(u, (unsigned char)0));
         return it != encode.end() && it->first == u ? it->second : -1;
     }
 };
@@ -62,15 +63,21 @@ std::string numbered(const char *format, uint32_t n) {
 // iconv names worth trying for a Windows code page number, best first.
 std::vector<std::string> iconv_names(uint32_t cp) {
     switch (cp) {
-    case 0: case 1: case 2: case 3: return {};
+    case 0:
+    case 1:
+    case 2:
+    case 3: return {};
     case 708: return {"ISO-8859-6"};
     case 10000: return {"MACINTOSH"};
     case 10029: return {"MAC-CENTRALEUROPE"};
     case 20127: return {"ASCII"};
     case 20866: return {"KOI8-R"};
-    case 20932: case 51932: return {"EUC-JP"};
-    case 20936: case 51936: return {"GB2312"};
-    case 20949: case 51949: return {"EUC-KR"};
+    case 20932:
+    case 51932: return {"EUC-JP"};
+    case 20936:
+    case 51936: return {"GB2312"};
+    case 20949:
+    case 51949: return {"EUC-KR"};
     case 21866: return {"KOI8-U"};
     case 28603: return {"ISO-8859-13"};
     case 28605: return {"ISO-8859-15"};
@@ -82,8 +89,9 @@ std::vector<std::string> iconv_names(uint32_t cp) {
     }
     if (cp >= 28591 && cp <= 28599) return {numbered("ISO-8859-%u", cp - 28590)};
     std::vector<std::string> names{numbered("CP%u", cp)};
-    if (cp < 100) names.push_back(numbered("CP%03u", cp));                    // 37 is CP037
-    if (cp > 20000 && cp < 30000) names.push_back(numbered("IBM%u", cp - 20000));  // 20273 is IBM273
+    if (cp < 100) names.push_back(numbered("CP%03u", cp));  // 37 is CP037
+    if (cp > 20000 && cp < 30000)
+        names.push_back(numbered("IBM%u", cp - 20000));  // 20273 is IBM273
     return names;
 }
 
@@ -209,7 +217,9 @@ std::unique_ptr<CodePage> build_page(uint32_t cp) {
         }
         std::sort(page->encode.begin(), page->encode.end());
         page->encode.erase(std::unique(page->encode.begin(), page->encode.end(),
-                                       [](const auto &a, const auto &b) { return a.first == b.first; }),
+                                       [](const auto &a, const auto &b) {
+                                           return a.first == b.first;
+                                       }),
                            page->encode.end());
         int q = page->byte_of(u'?');
         page->defaultByte = static_cast<unsigned char>(q >= 0 ? q : '?');
@@ -249,7 +259,8 @@ const CodePage *find_page(uint32_t cp) {
             page = it->second.get();
         } else {
             std::unique_ptr<CodePage> built = build_page(cp);
-            if (built->kind == Kind::kUnknown && cache.pages.size() >= kMaxRemembered) return nullptr;
+            if (built->kind == Kind::kUnknown && cache.pages.size() >= kMaxRemembered)
+                return nullptr;
             page = built.get();
             cache.pages.emplace(cp, std::move(built));
         }
@@ -270,15 +281,18 @@ char16_t unit_at(const std::string &utf16le, size_t i) {
 // WC_COMPOSITECHECK) with ERROR_INVALID_FLAGS. Every conversion passes them, so these fail.
 bool refuses_composition_flags(uint32_t cp) {
     switch (cp) {
-    case 42:     // Symbol
-    case 50220: case 50221: case 50222: case 50225: case 50227: case 50229:  // ISO-2022
+    case 42:  // Symbol
+    case 50220:
+    case 50221:
+    case 50222:
+    case 50225:
+    case 50227:
+    case 50229:  // ISO-2022
     case 52936:  // HZ-GB2312
     case 54936:  // GB18030
     case 65000:  // UTF-7
-    case kUtf8:
-        return true;
-    default:
-        return cp >= 57002 && cp <= 57011;  // ISCII
+    case kUtf8: return true;
+    default: return cp >= 57002 && cp <= 57011;  // ISCII
     }
 }
 
@@ -291,11 +305,13 @@ char16_t composed(char16_t base, char16_t mark) {
         char16_t letters[12];
     } kMarks[] = {
         {0x0300, "AEIOUaeiou", {0xC0, 0xC8, 0xCC, 0xD2, 0xD9, 0xE0, 0xE8, 0xEC, 0xF2, 0xF9}},
-        {0x0301, "AEIOUYaeiouy",
+        {0x0301,
+         "AEIOUYaeiouy",
          {0xC1, 0xC9, 0xCD, 0xD3, 0xDA, 0xDD, 0xE1, 0xE9, 0xED, 0xF3, 0xFA, 0xFD}},
         {0x0302, "AEIOUaeiou", {0xC2, 0xCA, 0xCE, 0xD4, 0xDB, 0xE2, 0xEA, 0xEE, 0xF4, 0xFB}},
         {0x0303, "ANOano", {0xC3, 0xD1, 0xD5, 0xE3, 0xF1, 0xF5}},
-        {0x0308, "AEIOUYaeiouy",
+        {0x0308,
+         "AEIOUYaeiouy",
          {0xC4, 0xCB, 0xCF, 0xD6, 0xDC, 0x178, 0xE4, 0xEB, 0xEF, 0xF6, 0xFC, 0xFF}},
         {0x030A, "Aa", {0xC5, 0xE5}},
         {0x0327, "Cc", {0xC7, 0xE7}},
@@ -356,7 +372,8 @@ int mb_to_wide(uint32_t cp, const char *src, int n, char16_t *dst, int cap) {
     }
     Iconv cd("UTF-16LE", page->iconvName.c_str());
     std::string out;
-    if (!cd.ok() || !run_iconv(cd.cd, src, static_cast<size_t>(n), 1, page->replacement, &out)) return 0;
+    if (!cd.ok() || !run_iconv(cd.cd, src, static_cast<size_t>(n), 1, page->replacement, &out))
+        return 0;
     size_t units = out.size() / 2;
     if (cap == 0) return static_cast<int>(units);
     if (units > static_cast<size_t>(cap)) return 0;

@@ -40,13 +40,13 @@ Weight weigh(unsigned char c) {
         return letter(kLatinBase[c - 0xC0], (c & 0x1F) + 1, c < 0xDF);
     }
     switch (c) {
-    case 0x8A: return letter('s', 40, true);   // S caron
+    case 0x8A: return letter('s', 40, true);  // S caron
     case 0x9A: return letter('s', 40, false);
-    case 0x8C: return letter('o', 41, true);   // OE
+    case 0x8C: return letter('o', 41, true);  // OE
     case 0x9C: return letter('o', 41, false);
-    case 0x8E: return letter('z', 42, true);   // Z caron
+    case 0x8E: return letter('z', 42, true);  // Z caron
     case 0x9E: return letter('z', 42, false);
-    case 0x9F: return letter('y', 32, true);   // Y diaeresis, the upper case of 0xFF
+    case 0x9F: return letter('y', 32, true);  // Y diaeresis, the upper case of 0xFF
     default: break;
     }
     if (c != 0) {

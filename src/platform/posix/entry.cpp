@@ -7,7 +7,8 @@ namespace {
 
 HINSTANCE own_module() {
     Dl_info info;
-    if (dladdr(reinterpret_cast<void *>(&own_module), &info)) return static_cast<HINSTANCE>(info.dli_fbase);
+    if (dladdr(reinterpret_cast<void *>(&own_module), &info))
+        return static_cast<HINSTANCE>(info.dli_fbase);
     return nullptr;
 }
 

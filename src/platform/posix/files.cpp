@@ -24,7 +24,9 @@ std::string posix_path(const char *path) {
 bool delete_file(const char *path) {
     if (fail_now(kCallDeleteFile)) return false;
     if (unlink(posix_path(path).c_str()) == 0) return true;
-    set_last_error(errno == ENOENT ? 2 : errno == EACCES || errno == EPERM || errno == EISDIR ? 5 : 31);
+    set_last_error(errno == ENOENT                                        ? 2
+                   : errno == EACCES || errno == EPERM || errno == EISDIR ? 5
+                                                                          : 31);
     return false;
 }
 
@@ -37,10 +39,6 @@ bool file_exists(const char *path) {
     struct stat st;
     return stat(posix_path(path).c_str(), &st) == 0;
 }
-
-
-
-
 
 char path_separator() { return '/'; }
 

@@ -22,7 +22,6 @@
 namespace plat {
 namespace {
 
-
 // Windows error numbers.
 constexpr uint32_t kErrFileNotFound = 2, kErrPathNotFound = 3, kErrTooManyOpen = 4,
                    kErrAccessDenied = 5, kErrInvalidHandle = 6, kErrGenFailure = 31,
@@ -150,10 +149,8 @@ DeleteOnClose &delete_on_close() {
 void remember_delete_on_close(int fd, const std::string &name, bool remove) {
     DeleteOnClose &d = delete_on_close();
     const std::lock_guard<std::mutex> hold(d.lock);
-    if (remove)
-        d.names[fd] = name;
-    else if (!d.names.empty())
-        d.names.erase(fd);
+    if (remove) d.names[fd] = name;
+    else if (!d.names.empty()) d.names.erase(fd);
 }
 
 std::string take_delete_on_close(int fd) {
@@ -212,7 +209,6 @@ bool same_file(const struct stat &a, const struct stat &b) {
 }
 
 }  // namespace
-
 
 // Share modes have no counterpart here; kShareNone is not enforced, since an advisory lock would
 // only bind callers that lock as well. No random-access hint either: Linux would switch off
@@ -369,10 +365,8 @@ bool set_file_attributes(const char *path, uint32_t attributes) {
     }
     if (S_ISDIR(st.st_mode)) return true;
     mode_t mode = st.st_mode & 07777;
-    if (attributes & kAttrReadOnly)
-        mode &= mode_t(~(S_IWUSR | S_IWGRP | S_IWOTH));
-    else if (!(mode & (S_IWUSR | S_IWGRP | S_IWOTH)))
-        mode |= S_IWUSR;
+    if (attributes & kAttrReadOnly) mode &= mode_t(~(S_IWUSR | S_IWGRP | S_IWOTH));
+    else if (!(mode & (S_IWUSR | S_IWGRP | S_IWOTH))) mode |= S_IWUSR;
     if (mode != (st.st_mode & 07777) && ::chmod(p.c_str(), mode) != 0) {
         fail_with_errno();
         return false;
@@ -436,7 +430,8 @@ bool copy_file(const char *from, const char *to, bool failIfExists) {
         return false;
     }
     const int exists = failIfExists ? O_EXCL : O_TRUNC;
-    const int out = ::open(dst.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | exists, st.st_mode & 07777);
+    const int out =
+        ::open(dst.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | exists, st.st_mode & 07777);
     if (out < 0) {
         fail_with_errno();
         ::close(in);

@@ -45,9 +45,7 @@ const COLORREF kClassicColors[31] = {
 
 }  // namespace
 
-COLORREF sys_color(int index) {
-    return index >= 0 && index < 31 ? kClassicColors[index] : 0;
-}
+COLORREF sys_color(int index) { return index >= 0 && index < 31 ? kClassicColors[index] : 0; }
 
 HBRUSH create_solid_brush(COLORREF colour) { return make(kBrush, colour, 0, 0); }
 

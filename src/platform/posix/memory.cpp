@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 #if defined(__GLIBC__)
-#include <malloc.h>
+#  include <malloc.h>
 #endif
 
 namespace plat {

@@ -36,7 +36,8 @@ int wsa_number(int e) {
     case EACCES: return 10013;
     case EFAULT: return 10014;
     case EINVAL: return 10022;
-    case EMFILE: case ENFILE: return 10024;
+    case EMFILE:
+    case ENFILE: return 10024;
     case EAGAIN: return 10035;  // EWOULDBLOCK is the same number here
     case EINPROGRESS: return 10036;
     case EALREADY: return 10037;
@@ -54,7 +55,8 @@ int wsa_number(int e) {
     case ENETUNREACH: return 10051;
     case ECONNABORTED: return 10053;
     case ECONNRESET: return 10054;
-    case ENOBUFS: case ENOMEM: return 10055;
+    case ENOBUFS:
+    case ENOMEM: return 10055;
     case EISCONN: return 10056;
     case ENOTCONN: return 10057;
     case EPIPE: return 10058;  // WSAESHUTDOWN: the sending side is gone
@@ -85,8 +87,7 @@ bool passing_accept_error(int e) {
     case ENONET:
 #endif
         return true;
-    default:
-        return false;
+    default: return false;
     }
 }
 
@@ -448,8 +449,8 @@ int pipe_wait_client(Pipe *p, uint32_t timeoutMs, uint32_t pollMs, const int32_t
         if (timeoutMs != 0) {
             struct timespec now;
             clock_gettime(CLOCK_MONOTONIC, &now);
-            const int64_t ms = int64_t(now.tv_sec - start.tv_sec) * 1000 +
-                               (now.tv_nsec - start.tv_nsec) / 1000000;
+            const int64_t ms =
+                int64_t(now.tv_sec - start.tv_sec) * 1000 + (now.tv_nsec - start.tv_nsec) / 1000000;
             if (ms >= int64_t(timeoutMs)) return 0;
         }
         if (starved) poll(nullptr, 0, 100);
@@ -469,7 +470,8 @@ Pipe *pipe_open(const char *name) {
     return p;
 }
 
-bool pipe_read(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs, const int32_t *connected) {
+bool pipe_read(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs,
+               const int32_t *connected) {
     if (fail_now(kCallReadPipe)) return false;
     set_timeout(p->fd, SO_RCVTIMEO, &p->recvTimeout, intervalMs);
     char *at = static_cast<char *>(buffer);

@@ -40,7 +40,7 @@ public:
 private:
     enum class Kind { blank, header, entry };
     struct Line {
-        std::string raw;       // as read (or as written by us), without its line end
+        std::string raw;  // as read (or as written by us), without its line end
         Kind kind = Kind::blank;
         size_t name_at = 0, name_len = 0;    // section name for headers, key name for entries
         bool has_value = false;              // entries: a "=" follows the name

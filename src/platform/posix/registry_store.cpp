@@ -111,14 +111,16 @@ private:
     static bool prepare_connection(sqlite3 *db) {
         sqlite3_busy_timeout(db, kBusyTimeoutMs);
         return use_wal(db) &&
-               sqlite3_exec(db, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr) == SQLITE_OK &&
+               sqlite3_exec(db, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr) ==
+                   SQLITE_OK &&
                sqlite3_exec(db, kSchema, nullptr, nullptr, nullptr) == SQLITE_OK;
     }
 
     // The journal mode is kept in the file; a process that comes second finds it set.
     static bool use_wal(sqlite3 *db) {
         sqlite3_stmt *st = nullptr;
-        if (sqlite3_prepare_v2(db, "PRAGMA journal_mode=WAL", -1, &st, nullptr) != SQLITE_OK) return false;
+        if (sqlite3_prepare_v2(db, "PRAGMA journal_mode=WAL", -1, &st, nullptr) != SQLITE_OK)
+            return false;
         bool wal = false;
         if (sqlite3_step(st) == SQLITE_ROW) {
             const auto *mode = reinterpret_cast<const char *>(sqlite3_column_text(st, 0));
@@ -163,7 +165,8 @@ public:
     }
     Query &bind(const void *data, uint32_t size) {
         static const char kNothing = 0;
-        if (st_) sqlite3_bind_blob(st_, ++next_, size ? data : &kNothing, int(size), SQLITE_TRANSIENT);
+        if (st_)
+            sqlite3_bind_blob(st_, ++next_, size ? data : &kNothing, int(size), SQLITE_TRANSIENT);
         return *this;
     }
     int step() { return st_ ? sqlite3_step(st_) : SQLITE_ERROR; }
@@ -183,7 +186,8 @@ bool exec(Store &s, const char *sql) { return Query(s, sql).step() == SQLITE_DON
 
 class Transaction {
 public:
-    Transaction(Store &s, bool write) : s_(s), active_(exec(s, write ? "BEGIN IMMEDIATE" : "BEGIN")) {}
+    Transaction(Store &s, bool write)
+        : s_(s), active_(exec(s, write ? "BEGIN IMMEDIATE" : "BEGIN")) {}
     ~Transaction() {
         if (active_) exec(s_, "ROLLBACK");
     }
@@ -218,7 +222,8 @@ long step_result(int rc, long absent) {
 }
 
 long check_key(Store &s, int64_t key) {
-    return step_result(Query(s, "SELECT 1 FROM reg_keys WHERE id=?1").bind(key).step(), kErrorKeyDeleted);
+    return step_result(Query(s, "SELECT 1 FROM reg_keys WHERE id=?1").bind(key).step(),
+                       kErrorKeyDeleted);
 }
 
 long find_child(Store &s, int64_t parent, const std::string &name, int64_t *child) {
@@ -231,7 +236,8 @@ long find_child(Store &s, int64_t parent, const std::string &name, int64_t *chil
 long walk(Store &s, int64_t base, const std::vector<std::string> &parts, int64_t *key) {
     long r = check_key(s, base);
     int64_t at = base;
-    for (size_t i = 0; r == kErrorSuccess && i < parts.size(); ++i) r = find_child(s, at, parts[i], &at);
+    for (size_t i = 0; r == kErrorSuccess && i < parts.size(); ++i)
+        r = find_child(s, at, parts[i], &at);
     if (r == kErrorSuccess) *key = at;
     return r;
 }
@@ -286,7 +292,8 @@ long delete_key(int64_t base, const char *path) {
         if (r != kErrorSuccess) return r;
         if (key <= kUsers) return kErrorAccessDenied;
         // Windows NT refuses to delete a key that still has subkeys.
-        const int child = Query(s, "SELECT 1 FROM reg_keys WHERE parent=?1 LIMIT 1").bind(key).step();
+        const int child =
+            Query(s, "SELECT 1 FROM reg_keys WHERE parent=?1 LIMIT 1").bind(key).step();
         if (child == SQLITE_ROW) return kErrorAccessDenied;
         if (child != SQLITE_DONE ||
             Query(s, "DELETE FROM reg_values WHERE key=?1").bind(key).step() != SQLITE_DONE ||
@@ -329,7 +336,8 @@ long delete_value(int64_t key, const char *name) {
         const long r = check_key(s, key);
         if (r != kErrorSuccess) return r;
         Query q(s, "DELETE FROM reg_values WHERE key=?1 AND folded=?2");
-        if (q.bind(key).bind(fold(value_key(name))).step() != SQLITE_DONE) return kErrorRegistryIoFailed;
+        if (q.bind(key).bind(fold(value_key(name))).step() != SQLITE_DONE)
+            return kErrorRegistryIoFailed;
         return sqlite3_changes(s.db()) ? kErrorSuccess : kErrorFileNotFound;
     });
 }
@@ -337,13 +345,13 @@ long delete_value(int64_t key, const char *name) {
 // Names come in the order of their folded form, as Windows lists them; an index stays valid
 // as long as nobody adds or removes a name.
 long value_name(int64_t key, uint32_t index, std::string *name) {
-    return nth_name("SELECT name FROM reg_values WHERE key=?1 ORDER BY folded LIMIT 1 OFFSET ?2", key,
-                    index, name);
+    return nth_name("SELECT name FROM reg_values WHERE key=?1 ORDER BY folded LIMIT 1 OFFSET ?2",
+                    key, index, name);
 }
 
 long subkey_name(int64_t key, uint32_t index, std::string *name) {
-    return nth_name("SELECT name FROM reg_keys WHERE parent=?1 ORDER BY folded LIMIT 1 OFFSET ?2", key,
-                    index, name);
+    return nth_name("SELECT name FROM reg_keys WHERE parent=?1 ORDER BY folded LIMIT 1 OFFSET ?2",
+                    key, index, name);
 }
 
 }  // namespace plat::regstore

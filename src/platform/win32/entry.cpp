@@ -25,9 +25,7 @@ struct ProgramEntry {
 }  // namespace plat
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
-    if (reason == DLL_PROCESS_ATTACH)
-        plat::on_process_attach(instance);
-    else if (reason == DLL_PROCESS_DETACH)
-        plat::on_process_detach();
+    if (reason == DLL_PROCESS_ATTACH) plat::on_process_attach(instance);
+    else if (reason == DLL_PROCESS_DETACH) plat::on_process_detach();
     return TRUE;
 }

@@ -18,10 +18,6 @@ bool create_directory(const char *path) {
 
 bool file_exists(const char *path) { return GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES; }
 
-
-
-
-
 char path_separator() { return '\\'; }
 
 }  // namespace plat

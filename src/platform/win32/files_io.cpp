@@ -27,7 +27,6 @@ bool is_dot_entry(const char *name) {
 
 }  // namespace
 
-
 HANDLE file_open(const char *path, const FileOpen &how) {
     if (fail_now(kCallCreateFile)) return INVALID_HANDLE_VALUE;
     const DWORD access = GENERIC_READ | (how.write ? GENERIC_WRITE : 0);

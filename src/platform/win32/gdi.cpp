@@ -11,11 +11,11 @@ HBRUSH create_solid_brush(COLORREF colour) { return CreateSolidBrush(colour); }
 HPEN create_pen(PenStyle style, int width, COLORREF colour) {
     int s = PS_SOLID;
     switch (style) {
-        case kPenDot: s = PS_DOT; break;
-        case kPenDash: s = PS_DASH; break;
-        case kPenDashDot: s = PS_DASHDOT; break;
-        case kPenNull: s = PS_NULL; break;
-        default: break;
+    case kPenDot: s = PS_DOT; break;
+    case kPenDash: s = PS_DASH; break;
+    case kPenDashDot: s = PS_DASHDOT; break;
+    case kPenNull: s = PS_NULL; break;
+    default: break;
     }
     return CreatePen(s, width, colour);
 }

@@ -195,9 +195,10 @@ bool transfer(Pipe *p, bool write, char *at, uint32_t count, uint32_t intervalMs
 
 Pipe *pipe_create(const char *name) {
     if (fail_now(kCallCreateNamedPipe)) return nullptr;
-    return wrap(CreateNamedPipeA(name, PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | FILE_FLAG_WRITE_THROUGH,
-                                 PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT,
-                                 PIPE_UNLIMITED_INSTANCES, 512, 512, 0, nullptr));
+    return wrap(
+        CreateNamedPipeA(name, PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | FILE_FLAG_WRITE_THROUGH,
+                         PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT, PIPE_UNLIMITED_INSTANCES,
+                         512, 512, 0, nullptr));
 }
 
 int pipe_wait_client(Pipe *p, uint32_t timeoutMs, uint32_t pollMs, const int32_t *keepWaiting) {
@@ -227,7 +228,8 @@ Pipe *pipe_open(const char *name) {
                             FILE_FLAG_WRITE_THROUGH | FILE_FLAG_OVERLAPPED, nullptr));
 }
 
-bool pipe_read(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs, const int32_t *connected) {
+bool pipe_read(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs,
+               const int32_t *connected) {
     if (fail_now(kCallReadPipe)) return false;
     return transfer(p, false, static_cast<char *>(buffer), count, intervalMs, connected);
 }

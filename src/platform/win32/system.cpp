@@ -96,7 +96,8 @@ std::string settings_home() {
 
 std::string program_folder() {
     HMODULE self = nullptr;
-    GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+    GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                           GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                        reinterpret_cast<LPCSTR>(&program_folder), &self);
     char path[MAX_PATH] = "";
     const DWORD n = GetModuleFileNameA(self, path, MAX_PATH);

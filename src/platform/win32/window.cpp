@@ -28,8 +28,7 @@ bool register_window_class(HINSTANCE module, const WindowClass &cls) {
         wc.hbrBackground = static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH));
     else if (cls.stock == kLightGrayBrush)
         wc.hbrBackground = static_cast<HBRUSH>(GetStockObject(LTGRAY_BRUSH));
-    else
-        wc.hbrBackground = cls.brush;
+    else wc.hbrBackground = cls.brush;
     wc.lpszClassName = cls.name;
     return RegisterClassA(&wc) != 0;
 }

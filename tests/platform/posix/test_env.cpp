@@ -30,7 +30,8 @@ std::string home() {
 // Sets the variable, or with nullptr puts back what the process had before its first change.
 void set_env(const char *name, const char *value) {
     static std::map<std::string, std::optional<std::string>> first;
-    if (!first.count(name)) first[name] = std::getenv(name) ? std::optional<std::string>(std::getenv(name)) : std::nullopt;
+    if (!first.count(name))
+        first[name] = std::getenv(name) ? std::optional<std::string>(std::getenv(name)) : std::nullopt;
     const std::optional<std::string> use = value ? std::optional<std::string>(value) : first[name];
     if (use) setenv(name, use->c_str(), 1);
     else unsetenv(name);

@@ -5,7 +5,6 @@
 
 #include <filesystem>
 
-
 namespace test_env {
 namespace {
 std::string self;
