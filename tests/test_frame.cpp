@@ -7,9 +7,8 @@
 #include "child_roles.h"
 #include "harness.h"
 
-// Blocks carry an 8-byte header whose first word is the total size, come cleared, and are counted
-// until freed. A refused allocation is tried once more after compaction; a size that cannot carry
-// its header, or memory refused twice, gives no block and counts nothing.
+// Blocks carry an 8-byte header holding the total size, come cleared and are counted until freed. A
+// refusal is retried once; a size too big for its header, or two refusals, give no block.
 TEST(TrackedMemory, CountsBlocksWithTheirHeadersAndRetriesRefusedOnes) {
     uint32_t blocks0 = 0, bytes0 = 0, blocks = 0, bytes = 0;
     EXPECT_EQ(GetGlobalUsage(&blocks0, &bytes0), bytes0);
@@ -36,15 +35,6 @@ TEST(TrackedMemory, CountsBlocksWithTheirHeadersAndRetriesRefusedOnes) {
     FreeGlobal(retried);
 }
 
-// Indexes outside the table give entry 0; the highlight is a fixed colour.
-TEST(ColorTable, IndexOutsideTheTableGivesEntryZero) {
-    for (int32_t index : {20, -1, INT32_MIN}) {
-        EXPECT_EQ(koGetSysColor(index), koGetSysColor(0)) << index;
-        EXPECT_EQ(koGetSysBrush(index), koGetSysBrush(0)) << index;
-    }
-    EXPECT_EQ(koGetSysColor(9), 0xC48955u);
-}
-
 // The auto-yield counter is 1 loaded and idle, and Stop never takes it below that.
 TEST(Frame, AutoYieldCounter) {
     const int32_t expected[] = {1, 1, 2, 3, 2, 1};
@@ -61,28 +51,32 @@ int report_colors(const std::vector<std::string> &args) {
 }
 TEST_CHILD_ROLE("color-report", report_colors);
 
-std::string colors_at_start_up(const std::string &out) {
-    return harness::run_child({"--role", "color-report", out}) == 0 ? harness::read_file(out) : "";
-}
-
 }  // namespace
 
-// A helper process reads the scheme and the colours of WIN.INI when it starts, and writes back
-// the colours in use.
-TEST(ColorTable, SchemeFromWinIniAtStartUp) {
+// Indexes outside the table give entry 0; the highlight is a fixed colour. A helper process reads
+// the scheme and the colours of WIN.INI when it starts, and writes back the colours in use.
+TEST(ColorTable, FixedIndexesAndTheSchemeFromWinIniAtStartUp) {
+    for (int32_t index : {20, -1, INT32_MIN}) {
+        EXPECT_EQ(koGetSysColor(index), koGetSysColor(0)) << index;
+        EXPECT_EQ(koGetSysBrush(index), koGetSysBrush(0)) << index;
+    }
+    EXPECT_EQ(koGetSysColor(9), 0xC48955u);
     const std::string out = test_env::join(test_env::temp_folder("colors"), "colors.txt");
-    const std::string standard = colors_at_start_up(out);
+    const auto colors = [&] {
+        return harness::run_child({"--role", "color-report", out}) ? "" : harness::read_file(out);
+    };
+    const std::string standard = colors();
     ASSERT_EQ(standard.size(), 35u);
     test_profile_write("tarnGDI", "Colors", "2", "win.ini");
     test_profile_write("tarnGDI", "TARNGDI_COLOR_WINDOW", "R=300;G=1;B=-254;", "win.ini");
     test_profile_write("tarnGDI", "TARNGDI_COLOR_INFOTEXT", "G=255;", "win.ini");
-    const std::string read = colors_at_start_up(out);
+    const std::string read = colors();
     EXPECT_EQ(read.substr(0, 7), "02012C ") << "each part keeps its low byte";
     EXPECT_EQ(read.substr(28, 7), "00FF00 ") << "a missing part is 0";
 
     for (const char *key : {"Colors", "TARNGDI_COLOR_WINDOW", "TARNGDI_COLOR_INFOTEXT"})
         test_profile_write("tarnGDI", key, nullptr, "win.ini");
-    EXPECT_EQ(colors_at_start_up(out), standard);
+    EXPECT_EQ(colors(), standard);
     char written[64] = "";
     test_profile_get("tarnGDI", "TARNGDI_COLOR_HIGHLIGHT", "", written, sizeof written, "win.ini");
     EXPECT_STREQ(written, "R=85;G=137;B=196;");

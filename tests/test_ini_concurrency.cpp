@@ -1,6 +1,5 @@
-// The settings stores shared by several processes: INI files and the library's registry store.
-// Writers at once lose nothing, and a writer killed at random moments loses no write it reported
-// as done and leaves no torn file.
+// INI files and the library's registry store shared by processes: writers at once lose nothing, and
+// a writer killed at random moments loses no write it reported as done and leaves no torn file.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -22,45 +21,45 @@ std::string value_of(int writer, int i) { return std::to_string(writer * 100000 
 // Names made by this run, so that values left by an earlier run cannot make a test pass.
 std::string run_tag(const std::string &stem) { return stem + std::to_string(std::random_device{}()); }
 
-// args: the INI file, the writer's number. Writes its own keys, and between them one shared key.
-int ini_writer(const std::vector<std::string> &args) {
-    const int id = std::stoi(args.at(1));
+// Writes to the INI file args[2] or, where that is empty, to the registry store.
+bool put(const std::vector<std::string> &args, const char *section, const std::string &name, const std::string &value) {
+    return args.at(2).empty() ? tarnSetZentKeyString(name.c_str(), value.c_str()) != 0
+                              : test_profile_write(section, name.c_str(), value.c_str(), args[2].c_str());
+}
+
+// args: the writer's number, the names' prefix, the store. Its own names, and between them one
+// name every writer writes.
+int writer(const std::vector<std::string> &args) {
+    const int id = std::stoi(args.at(0));
     for (int i = 0; i < kEach; ++i)
-        if (!test_profile_write("Distinct", key_of(id, i).c_str(), value_of(id, i).c_str(), args[0].c_str()) ||
-            !test_profile_write("Shared", "Last", value_of(id, i).c_str(), args[0].c_str()))
+        if (!put(args, "Distinct", args[1] + key_of(id, i), value_of(id, i)) ||
+            !put(args, "Shared", args[1] + "Last", value_of(id, i)))
             return 1;
     return 0;
 }
-TEST_CHILD_ROLE("ini-writer", ini_writer);
+TEST_CHILD_ROLE("writer", writer);
 
-// args: the tag, the writer's number. Its own values, and between them one value every writer writes.
-int reg_writer(const std::vector<std::string> &args) {
-    const int id = std::stoi(args.at(1));
-    for (int i = 0; i < kEach; ++i) {
-        const std::string name = args[0] + key_of(id, i);
-        if (!tarnSetZentKeyString(name.c_str(), name.c_str()) ||
-            !tarnSetZentKeyDWORD((args[0] + "-shared").c_str(), DWORD(id * 100000 + i)))
-            return 1;
-    }
-    return 0;
-}
-TEST_CHILD_ROLE("reg-writer", reg_writer);
-
-// args: the log, the names' prefix, and the INI file or none for the registry store. Writes until
-// killed; a name reaches the log only after its write returned success.
+// args: the log, the names' prefix, the store. Logs each name after its write returned success,
+// until killed.
 int crash_writer(const std::vector<std::string> &args) {
     FILE *log = std::fopen(args.at(0).c_str(), "ab");
     if (!log) return 3;
     for (int i = 0;; ++i) {
         const std::string name = args.at(1) + "-" + std::to_string(i);
-        if (!(args.size() > 2 ? test_profile_write("Crash", name.c_str(), name.c_str(), args[2].c_str())
-                              : tarnSetZentKeyString(name.c_str(), name.c_str())))
-            return 1;
+        if (!put(args, "Crash", name, name)) return 1;
         std::fprintf(log, "%s\n", name.c_str());
         std::fflush(log);
     }
 }
 TEST_CHILD_ROLE("crash-writer", crash_writer);
+
+// Four writers at once into the INI file `ini`, or where that is empty into the registry store.
+void run_writers(const std::string &prefix, const std::string &ini) {
+    std::vector<test_env::Child> children;
+    for (int id = 0; id < kWriters; ++id)
+        children.push_back(test_env::start_self({"--role", "writer", std::to_string(id), prefix, ini}));
+    for (const test_env::Child &child : children) EXPECT_EQ(harness::wait_child_for(child, 120000), 0);
+}
 
 // The complete lines of `text` (a line cut off by a kill has no end and does not count).
 std::vector<std::string> lines(const std::string &text, const std::string &end) {
@@ -72,15 +71,22 @@ std::vector<std::string> lines(const std::string &text, const std::string &end) 
 
 bool ends_with_line_end(const std::string &s) { return s.size() >= 2 && s.compare(s.size() - 2, 2, "\r\n") == 0; }
 
-// Runs crash writers one after the other, each killed hard a random few milliseconds after its
-// first name reached the log (killed while it writes, not while it starts): the names logged.
-std::vector<std::string> kill_writers(const std::string &log, const std::string &prefix, const std::string &ini = "") {
+// What section Crash of the INI file `ini`, or where that is empty the registry store, holds.
+std::string stored(const std::string &ini, const std::string &name) {
+    char buf[96] = "";
+    if (ini.empty()) tarnGetZentKeyString(name.c_str(), buf, sizeof buf);
+    else test_profile_get("Crash", name.c_str(), "", buf, sizeof buf, ini.c_str());
+    return buf;
+}
+
+// Crash writers one after the other, each killed hard a random few milliseconds after it first
+// logged (while it writes, not while it starts): the names logged, every one of them kept.
+std::vector<std::string> kill_writers(const std::string &log, const std::string &prefix, const std::string &ini) {
     std::mt19937 random(std::random_device{}());
     for (int round = 0; round < kKillRounds; ++round) {
         const size_t before = harness::read_file(log).size();
-        std::vector<std::string> args = {"--role", "crash-writer", log, prefix + std::to_string(round)};
-        if (!ini.empty()) args.push_back(ini);
-        const test_env::Child child = test_env::start_self(args);
+        const test_env::Child child =
+            test_env::start_self({"--role", "crash-writer", log, prefix + std::to_string(round), ini});
         EXPECT_NE(child.id, 0);
         for (int waited = 0; harness::read_file(log).size() == before && waited < 10000; ++waited)
             test_env::sleep_ms(1);
@@ -88,12 +94,13 @@ std::vector<std::string> kill_writers(const std::string &log, const std::string 
         test_env::kill_child_hard(child);
         harness::wait_child_for(child, 10000);
     }
-    return lines(harness::read_file(log), "\n");
-}
-
-bool holds_own_name(const std::string &name) {
-    char buf[96] = "";
-    return tarnGetZentKeyString(name.c_str(), buf, sizeof buf) && name == buf;
+    const std::vector<std::string> written = lines(harness::read_file(log), "\n");
+    std::vector<std::string> lost;
+    for (const std::string &name : written)
+        if (stored(ini, name) != name) lost.push_back(name);
+    EXPECT_GE(written.size(), size_t(kKillRounds));
+    EXPECT_TRUE(lost.empty()) << lost.size() << " lost, the first " << lost.front();
+    return written;
 }
 
 void delete_values(const std::vector<std::string> &names) {
@@ -110,10 +117,7 @@ void delete_values(const std::vector<std::string> &names) {
 TEST(IniConcurrency, FourWritersLoseNoKey) {
     if (!test_env::library_keeps_settings()) GTEST_SKIP() << "Windows keeps INI files itself";
     const std::string file = test_env::join(test_env::temp_folder("ini_writers"), "shared.ini");
-    std::vector<test_env::Child> children;
-    for (int id = 0; id < kWriters; ++id)
-        children.push_back(test_env::start_self({"--role", "ini-writer", file, std::to_string(id)}));
-    for (const test_env::Child &child : children) EXPECT_EQ(harness::wait_child_for(child, 120000), 0);
+    run_writers("", file);
 
     const std::string bytes = harness::read_file(file);
     ASSERT_TRUE(ends_with_line_end(bytes)) << "unterminated last line";
@@ -131,34 +135,23 @@ TEST(IniConcurrency, FourWritersLoseNoKey) {
 TEST(IniConcurrency, KilledWriterLosesNoReportedValue) {
     if (!test_env::library_keeps_settings()) GTEST_SKIP() << "Windows keeps INI files itself";
     const std::string dir = test_env::temp_folder("ini_crash"), file = test_env::join(dir, "crash.ini");
-    const std::vector<std::string> written = kill_writers(test_env::join(dir, "written.log"), "r", file);
+    kill_writers(test_env::join(dir, "written.log"), "r", file);
     EXPECT_TRUE(ends_with_line_end(harness::read_file(file))) << "the file ends with a whole line";
-    std::vector<std::string> lost;
-    for (const std::string &key : written) {
-        char value[64] = "";
-        test_profile_get("Crash", key.c_str(), "", value, sizeof value, file.c_str());
-        if (key != value) lost.push_back(key);
-    }
-    EXPECT_GE(written.size(), size_t(kKillRounds));
-    EXPECT_TRUE(lost.empty()) << lost.size() << " lost, the first " << lost.front();
 }
 
 TEST(RegistryConcurrency, WritersInSeveralProcessesLoseNothing) {
     if (!test_env::library_keeps_settings()) GTEST_SKIP() << "the system keeps the registry there";
     const std::string tag = run_tag("spread");
-    std::vector<test_env::Child> writers;
-    for (int w = 0; w < kWriters; ++w)
-        writers.push_back(test_env::start_self({"--role", "reg-writer", tag, std::to_string(w)}));
-    for (const auto &c : writers) EXPECT_EQ(harness::wait_child_for(c, 120000), 0);
-
-    std::vector<std::string> names = {tag + "-shared"};
-    DWORD shared = 0, missing = 0;
-    for (int w = 0; w < kWriters; ++w)
-        for (int i = 0; i < kEach; ++i) names.push_back(tag + key_of(w, i)), missing += !holds_own_name(names.back());
-    EXPECT_EQ(missing, 0u);
-    EXPECT_EQ(tarnGetZentKeyDWORD(names[0].c_str(), &shared), 1);
-    EXPECT_TRUE(shared / 100000 < DWORD(kWriters) && shared % 100000 == DWORD(kEach - 1))
-        << "not some writer's last write: " << shared;
+    run_writers(tag, "");
+    std::vector<std::string> names = {tag + "Last"};
+    int missing = 0, lastOf = 0;
+    for (int w = 0; w < kWriters; ++w) {
+        lastOf += stored("", names[0]) == value_of(w, kEach - 1);
+        for (int i = 0; i < kEach; ++i)
+            names.push_back(tag + key_of(w, i)), missing += stored("", names.back()) != value_of(w, i);
+    }
+    EXPECT_EQ(missing, 0);
+    EXPECT_EQ(lastOf, 1) << "the shared name holds the last write of some writer";
     EXPECT_EQ(test_env::registry_store_integrity(), "ok");
     delete_values(names);
 }
@@ -166,13 +159,8 @@ TEST(RegistryConcurrency, WritersInSeveralProcessesLoseNothing) {
 TEST(RegistryConcurrency, KilledWriterLosesNoReportedValue) {
     if (!test_env::library_keeps_settings()) GTEST_SKIP() << "the system keeps the registry there";
     const std::string tag = run_tag("crash"), log = test_env::join(test_env::temp_folder("reg-crash"), "written.log");
-    const std::vector<std::string> written = kill_writers(log, tag + "-");
+    const std::vector<std::string> written = kill_writers(log, tag + "-", "");
     EXPECT_EQ(test_env::registry_store_integrity(), "ok");
-    std::vector<std::string> lost;
-    for (const std::string &name : written)
-        if (!holds_own_name(name)) lost.push_back(name);
-    EXPECT_GE(written.size(), size_t(kKillRounds));
-    EXPECT_TRUE(lost.empty()) << lost.size() << " lost, the first " << lost.front();
 
     // A write may have landed just before the kill without reaching the log.
     const std::set<std::string> logged(written.begin(), written.end());

@@ -2,7 +2,7 @@
 // expectations hold for the library's own store and, under Wine, for the system's registry.
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <random>
 
 #include "harness.h"
 #include "platform/registry.h"
@@ -13,8 +13,7 @@ const char *const kZent = "SOFTWARE\\KELVO GmbH\\ZENTcolor";
 
 // Names made by this run, so that values left by an earlier run cannot make a test pass.
 std::string unique(const std::string &stem) {
-    static const std::string run =
-        std::to_string(std::chrono::system_clock::now().time_since_epoch().count() % 1000000007);
+    static const std::string run = std::to_string(std::random_device{}());
     return stem + "-" + run;
 }
 
@@ -33,10 +32,9 @@ void delete_values(const char *path, const std::vector<std::string> &names) {
 
 }  // namespace
 
-// The registry calls beneath: names match as Windows matches them (the code page's letters of the
-// other case, but "ß" has no capital, "/" is part of a name, separators doubled or at the end are
-// skipped, a leading one is a bad path), values keep their size and first spelling, and handles
-// answer for their access and for a key deleted under them.
+// Names match as Windows matches them ("ß" has no capital, "/" is part of a name, doubled or final
+// separators are skipped, a leading one is a bad path); values keep their size and first spelling;
+// handles answer for their access and for a key deleted under them.
 TEST(RegistryCalls, PathsValuesAndHandlesAsWindowsHasThem) {
     const std::string base = "Software\\" + unique("tarngdi32-tests");
     HKEY ab = nullptr, key = nullptr, reader = nullptr;
@@ -76,10 +74,12 @@ TEST(RegistryCalls, PathsValuesAndHandlesAsWindowsHasThem) {
 }
 
 // Any value of exactly four bytes reads as a number, strings only as strings; key paths and value
-// names ignore case. Making the family key also makes the server key beside it.
-TEST(RegistryValues, ReadsOnlyTheirOwnKindOfValue) {
+// names ignore case. Making the family key also makes the server key beside it. Missing keys and
+// writes the registry refuses answer 0 and leave nothing behind.
+TEST(RegistryValues, ReadOnlyTheirOwnKindAndAnswerZeroOnFailure) {
     const std::string text = unique("Text"), shortText = unique("Short"), number = unique("Number"),
-                      empty = unique("Empty");
+                      empty = unique("Empty"), absent = unique("Absent"),
+                      missing = "SOFTWARE\\" + unique("tarngdi32-missing");
     {
         harness::Fault f("RegOpenKey", 1, 2);  // the key seems missing: the string form makes the chain
         ASSERT_EQ(tarnSetZentKeyString(text.c_str(), "Gelb"), 1);
@@ -90,15 +90,14 @@ TEST(RegistryValues, ReadsOnlyTheirOwnKindOfValue) {
     ASSERT_EQ(tarnSetRegDWORD(HKEY_LOCAL_MACHINE, kZent, number.c_str(), 0xFFFFFFFF), 1);
     const struct {
         const std::string &name;
-        int32_t asDword;
+        int32_t asDword, asString;
         DWORD dword;
-        int32_t asString;
         const char *str;
     } cases[] = {
-        {text, 0, 0, 1, "Gelb"},
-        {number, 1, 0xFFFFFFFF, 0, ""},
-        {shortText, 1, 0x00636261, 1, "abc"},
-        {empty, 0, 0, 1, ""},
+        {text, 0, 1, 0, "Gelb"},
+        {number, 1, 0, 0xFFFFFFFF, ""},
+        {shortText, 1, 1, 0x00636261, "abc"},
+        {empty, 0, 1, 0, ""},
     };
     for (const auto &c : cases) {
         DWORD got = 0xDEADBEEF;
@@ -115,16 +114,10 @@ TEST(RegistryValues, ReadsOnlyTheirOwnKindOfValue) {
     char exact[5];
     EXPECT_EQ(tarnGetZentKeyString(text.c_str(), exact, 4), 0) << "no room for the terminator";
     delete_values(kZent, {text, shortText, number, empty});
-}
 
-// Missing keys and writes the registry refuses answer 0 and leave nothing behind.
-TEST(RegistryValues, MissingKeysAndFailedWritesAnswerZero) {
-    const std::string missing = "SOFTWARE\\" + unique("tarngdi32-missing"), absent = unique("Absent");
-    DWORD got = 0xDEADBEEF;
-    char buf[8] = "junk";
     EXPECT_EQ(tarnGetRegDWORD(HKEY_LOCAL_MACHINE, missing.c_str(), "x", &got), 0);
     EXPECT_EQ(got, 0u) << "the result is cleared first";
-    EXPECT_EQ(tarnGetRegString_Ex(HKEY_LOCAL_MACHINE, missing.c_str(), "x", buf, sizeof buf, 0), 0);
+    EXPECT_EQ(tarnGetRegString_Ex(HKEY_LOCAL_MACHINE, missing.c_str(), "x", exact, sizeof exact, 0), 0);
     EXPECT_EQ(tarnSetRegDWORD(HKEY_LOCAL_MACHINE, missing.c_str(), "x", 1), 0);
     EXPECT_FALSE(key_exists(missing)) << "setting a value creates no key";
 

@@ -29,9 +29,7 @@ TEST(ProfileSettings, WhereEachStoreKeepsTheValue) {
             const char *file, *section, *path;
         } cases[] = {
             {"", "S", ".DEFAULT\\PASKWERK\\EMPTY\\S"},
-            {"B\xFC"
-             "ro 1.ini",
-             "a-b_c", ".DEFAULT\\PASKWERK\\B#RO#1#INI\\A-B_C"},
+            {"B\xFCro 1.ini", "a-b_c", ".DEFAULT\\PASKWERK\\B#RO#1#INI\\A-B_C"},
         };
         for (const auto &c : cases) {
             char value[32] = "";
@@ -54,8 +52,9 @@ TEST(ProfileSettings, WhereEachStoreKeepsTheValue) {
 }
 
 // Doubles are stored with the decimal comma and read in either notation; size 0 reads 29
-// characters; a null value deletes the key, a null key the section.
-TEST(ProfileSettings, ValuesRoundTripInEveryStore) {
+// characters; a null value deletes the key, a null key the section. Type 0 is refused from Vista
+// on, and so is any type above 3; -1 asks for the default.
+TEST(ProfileSettings, ValuesRoundTripInEveryStoreAndTypesFollowTheSystem) {
     for (int32_t t : {1, 3, 2, 0}) {
         ProfileType type(t);
         if (!type.active) continue;  // type 0 is refused from Windows Vista on
@@ -80,6 +79,14 @@ TEST(ProfileSettings, ValuesRoundTripInEveryStore) {
         EXPECT_EQ(koGetPrivateLong("S", "D", 3, file), 3);
         koWritePrivateString(nullptr, nullptr, nullptr, file);
     }
+    const int32_t current = koSetProfileType(-2);
+    if (Is_Longhorn()) EXPECT_EQ(koSetProfileType(0), current);
+    EXPECT_EQ(koSetProfileType(4), current);
+    EXPECT_EQ(koSetProfileType(3), current);
+    EXPECT_EQ(koSetProfileType(-1), 3);
+    EXPECT_EQ(koSetProfileType(-2), Is_Longhorn() ? 1 : 0);
+    koSetProfileType(current);
+    EXPECT_GE(koGetPublicLong("TARNGDI", "RegProfileType", -99), 0) << "start-up writes it back";
 }
 
 // The registry forms: a missing key gives null and the default as it is, a null key lists the
@@ -109,18 +116,6 @@ TEST(ProfileSettings, RegistryFormsListNamesAndHoldBinaryValues) {
     }
     ProfileType type(3);
     EXPECT_EQ(koWritePrivateBin("S", "B", data, sizeof data, file) + koGetPrivateBin("S", "B", back, 8, file), 0);
-}
-
-// Type 0 is refused from Vista on, and so is any type above 3; -1 asks for the default.
-TEST(ProfileSettings, TypeChangesFollowTheSystemGeneration) {
-    const int32_t current = koSetProfileType(-2);
-    if (Is_Longhorn()) EXPECT_EQ(koSetProfileType(0), current);
-    EXPECT_EQ(koSetProfileType(4), current);
-    EXPECT_EQ(koSetProfileType(3), current);
-    EXPECT_EQ(koSetProfileType(-1), 3);
-    EXPECT_EQ(koSetProfileType(-2), Is_Longhorn() ? 1 : 0);
-    koSetProfileType(current);
-    EXPECT_GE(koGetPublicLong("TARNGDI", "RegProfileType", -99), 0) << "start-up writes it back";
 }
 
 TEST(ProfileSettings, ColoursInIniFiles) {

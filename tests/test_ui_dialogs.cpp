@@ -9,17 +9,15 @@ namespace {
 using harness::dialog_text;
 
 // The work date is 15.03.2024 in every test and put back afterwards.
-class DateDialogs : public ::testing::Test {
-protected:
+struct DateDialogs : ::testing::Test {
     void SetUp() override { saved = ld_Today(), ld_SetWorkDate(20240315); }
     void TearDown() override { ld_SetWorkDate(saved); }
     harness::FakeUi ui;
     int32_t saved = 0;
 };
 
-// Leaving the field takes the date at once, Cancel puts the old one back, Enter moves to the next
-// control instead of closing, and a dialog the provider leaves open is cancelled. The accept
-// button normalises what was typed and closes.
+// Leaving the field takes the date at once, Cancel puts the old one back, Enter moves on instead
+// of closing, a dialog left open is cancelled; the accept button normalises what was typed.
 TEST_F(DateDialogs, WorkDateDialog) {
     ui.dialog = [](TarnUiDialog *d) {
         EXPECT_EQ(dialog_text(d, 102), "15.03.2024");

@@ -5,7 +5,6 @@
 #include <ctime>
 #include <filesystem>
 #include <iterator>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,17 +12,10 @@
 
 namespace {
 
-std::string pattern_bytes(size_t n) {
-    std::string s(n, '\0');
-    for (size_t i = 0; i < n; ++i) s[i] = char((i * 7 + i / 251) & 0xFF);
-    return s;
-}
-
 class XFiles : public testing::Test {
 protected:
     void TearDown() override { test_env::set_temp_folder(""); }
     std::string path(const char *name) const { return test_env::join(dir_, name); }
-    // A file with these bytes, opened for reading and writing.
     HANDLE open_with(const char *name, const std::string &bytes) {
         harness::write_file(path(name), bytes);
         return X_Open(path(name).c_str(), 1);
@@ -36,9 +28,7 @@ int32_t pos(HANDLE h) { return X_Seek(h, 0, 1); }
 TEST_F(XFiles, SeekMovesByOriginAndRefusesOthersWithoutMoving) {
     HANDLE h = open_with("seek", "0123456789");
     const struct {
-        int32_t offset;
-        uint16_t origin;
-        int32_t result, after;
+        int32_t offset, origin, result, after;
     } cases[] = {
         {4, 0, 4, 4}, {3, 1, 7, 7}, {-2, 2, 8, 8}, {5, 3, -1, 8}, {-9, 1, -1, 8}, {20, 0, 20, 20},
     };
@@ -51,9 +41,8 @@ TEST_F(XFiles, SeekMovesByOriginAndRefusesOthersWithoutMoving) {
 
 TEST_F(XFiles, ReadlnSplitsAtLineFeedsAndStopsAtCarriageReturns) {
     struct Line {
-        int32_t result;
+        int32_t result, after;
         const char *text;
-        int32_t after;
     };
     const struct {
         const char *bytes;
@@ -61,10 +50,10 @@ TEST_F(XFiles, ReadlnSplitsAtLineFeedsAndStopsAtCarriageReturns) {
         std::vector<Line> lines;
     } cases[] = {
         // A CR ends the string, the line is still consumed up to its LF; the last line needs none.
-        {"ab\rcd\nef", 64, {{1, "ab", 6}, {1, "ef", 8}, {0, "", 8}}},
+        {"ab\rcd\nef", 64, {{1, 6, "ab"}, {1, 8, "ef"}, {0, 8, ""}}},
         // A line longer than the buffer comes in pieces of size - 1 bytes.
-        {"abcdef\n", 4, {{1, "abc", 3}, {1, "def", 6}, {1, "", 7}, {0, "", 7}}},
-        {"abc\n", 1, {{0, "", 0}}},
+        {"abcdef\n", 4, {{1, 3, "abc"}, {1, 6, "def"}, {1, 7, ""}, {0, 7, ""}}},
+        {"abc\n", 1, {{0, 0, ""}}},
     };
     for (const auto &c : cases) {
         HANDLE h = open_with("lines", c.bytes);
@@ -80,32 +69,28 @@ TEST_F(XFiles, ReadlnSplitsAtLineFeedsAndStopsAtCarriageReturns) {
 
 TEST_F(XFiles, WritelnAppendsCrLfAndJudgesOnlyTheSixteenBitCount) {
     const struct {
-        const char *text;
+        const char *text, *bytes;
         int32_t failingWrite;
-        const char *bytes;
     } cases[] = {
-        {"abc", 0, "abc\r\n"},
-        {nullptr, 0, "\r\n"},
+        {"abc", "abc\r\n", 0},
+        {nullptr, "\r\n", 0},
         // A failed write answers -1, which is not 0: the failure goes unnoticed.
-        {"abc", 1, "\r\n"},
-        {"abc", 2, "abc"},
+        {"abc", "\r\n", 1},
+        {"abc", "abc", 2},
     };
     for (const auto &c : cases) {
         HANDLE h = X_Creat(path("writeln").c_str());
-        std::optional<harness::Fault> fault;
-        if (c.failingWrite) fault.emplace("WriteFile", c.failingWrite, harness::kDiskFull);
+        harness::Fault fault("WriteFile", c.failingWrite, harness::kDiskFull);  // 0 arms nothing
         EXPECT_EQ(X_Writeln(h, c.text), 1) << c.bytes;
         X_Close(h);
         EXPECT_EQ(harness::read_file(path("writeln")), c.bytes);
     }
 }
 
-TEST_F(XFiles, ReadAndWriteAnswerWithSixteenBitCounts) {
-    const std::string data = pattern_bytes(65535);
-    const struct {
-        uint16_t count;
-        int16_t result;
-    } cases[] = {{0, 0}, {32767, 32767}, {32768, -32768}, {65535, -1}};
+TEST_F(XFiles, TransfersCountInSixteenBitsOrBeyondAndFailOnAnyChunk) {
+    std::string data(100000, '\0');
+    for (size_t i = 0; i < data.size(); ++i) data[i] = char(i * 7 + i / 251);
+    const struct { int32_t count, result; } cases[] = {{0, 0}, {32767, 32767}, {32768, -32768}, {65535, -1}};
     for (const auto &c : cases) {
         HANDLE h = X_Creat(path("counts").c_str());
         EXPECT_EQ(X_Write(h, data.data(), c.count), c.result) << c.count;
@@ -113,14 +98,9 @@ TEST_F(XFiles, ReadAndWriteAnswerWithSixteenBitCounts) {
         ASSERT_EQ(X_Seek(h, 0, 0), 0);
         std::string back(65535, '\0');
         EXPECT_EQ(X_Read(h, &back[0], 65535), c.result) << c.count;
-        EXPECT_EQ(back.compare(0, c.count, data, 0, c.count), 0) << c.count;
+        EXPECT_EQ(back.compare(0, size_t(c.count), data, 0, size_t(c.count)), 0) << c.count;
         X_Close(h);
     }
-}
-
-// Also when the failing call is a later chunk, a large write fails: what went before does not count.
-TEST_F(XFiles, LargeTransfersGoBeyondSixteenBitsAndFailOnAnyChunk) {
-    const std::string data = pattern_bytes(100000);
     HANDLE h = X_Creat(path("large").c_str());
     EXPECT_EQ(X_lWrite(h, data.data(), int32_t(data.size())), 100000);
     EXPECT_EQ(X_lWrite(h, data.data(), 0), 0);
@@ -134,7 +114,7 @@ TEST_F(XFiles, LargeTransfersGoBeyondSixteenBitsAndFailOnAnyChunk) {
         EXPECT_EQ(back.compare(0, size_t(r.result), data, size_t(r.from), size_t(r.result)), 0) << r.from;
     }
     X_Close(h);
-    h = X_Creat(path("full").c_str());
+    h = X_Creat(path("full").c_str());  // a later failing chunk fails the whole write too
     for (int32_t nth : {1, 3}) {
         harness::Fault fault("WriteFile", nth, harness::kDiskFull);
         EXPECT_EQ(X_lWrite(h, data.data(), 20000), -1) << "chunk " << nth;
@@ -182,8 +162,9 @@ TEST_F(XFiles, OldStyleLinesRoundTrip) {
     test_env::old_close(g);
 }
 
-// Two files within the same second get names of their own; they are gone after Close.
-TEST_F(XFiles, TemporaryFilesAreDistinctAndGoneAfterClose) {
+// Two temporary files within the same second get names of their own; they are gone after Close.
+// A unique name is the time in eight hex digits, low half first, in one static buffer.
+TEST_F(XFiles, TemporaryFilesAndUniqueNames) {
     test_env::set_temp_folder(dir_);
     const auto files = [&] { return std::distance(std::filesystem::directory_iterator(dir_), {}); };
     HANDLE a = X_CreatTmp(), b = X_CreatTmp();
@@ -194,18 +175,15 @@ TEST_F(XFiles, TemporaryFilesAreDistinctAndGoneAfterClose) {
     EXPECT_EQ(files(), 0);
     harness::Fault fault("CreateFile", 1, harness::kAccessDenied);
     EXPECT_EQ(X_CreatTmp(), TARN_INVALID_HANDLE);
-}
-
-TEST(UniqName, IsTheTimeInEightHexDigitsLowHalfFirst) {
     const uint32_t before = uint32_t(uint64_t(std::time(nullptr)));
     const std::string name = UniqName();
     const uint32_t after = uint32_t(uint64_t(std::time(nullptr)));
     ASSERT_EQ(name.size(), 8u);
     ASSERT_EQ(name.find_first_not_of("0123456789ABCDEF"), std::string::npos) << name;
-    const uint32_t low = uint32_t(std::stoul(name.substr(0, 4), nullptr, 16));
-    const uint32_t t = low | uint32_t(std::stoul(name.substr(4), nullptr, 16)) << 16;
+    const uint32_t t =
+        uint32_t(std::stoul(name.substr(0, 4), nullptr, 16) | std::stoul(name.substr(4), nullptr, 16) << 16);
     EXPECT_TRUE(t >= before && t <= after) << name;
-    EXPECT_EQ(UniqName(), UniqName()) << "one static buffer";
+    EXPECT_EQ(UniqName(), UniqName());
 }
 
 }  // namespace

@@ -21,17 +21,12 @@ void kill_child_hard(Child c);  // SIGKILL / TerminateProcess
 void sleep_ms(int ms);
 unsigned long long process_memory_bytes();  // resident set (working set on Windows) in bytes
 
-// False where a process ending through abort() may wait on a message box of the system's runtime,
-// which would stall an unattended run: death tests skip there.
-bool abort_ends_quietly();
+bool abort_ends_quietly();  // false where abort() may wait on a message box of the runtime
 void set_self_path(const char *argv0);
 
-// "ok" when SQLite's integrity check passes on the library's own registry store, otherwise what
-// the open or the check reported.
-std::string registry_store_integrity();
+std::string registry_store_integrity();  // "ok", or what opening or checking the registry store reported
 
-// Sets the time zone of the library's local-time conversions to the named zone ("Europe/Berlin"),
-// or with nullptr puts back the zone the process had before. False where a test cannot set it.
+// The zone of local-time conversions ("Europe/Berlin"; nullptr: the process's own); false if not settable.
 bool set_time_zone(const char *tz);
 
 // An existing file opened for reading and writing as an old-style handle (_lopen); -1 on failure.
@@ -43,8 +38,7 @@ void set_temp_folder(const std::string &dir);
 
 }  // namespace test_env
 
-// The system's profile calls on a full INI path: on Windows the real GetPrivateProfileStringA &
-// co., elsewhere the library's own INI engine.
+// The system's profile calls on a full INI path (elsewhere than Windows, the library's own engine).
 int test_profile_get(const char *section, const char *key, const char *def, char *out, int size, const char *file);
 bool test_profile_write(const char *section, const char *key, const char *value, const char *file);
 int32_t test_profile_int(const char *section, const char *key, int32_t def, const char *file);

@@ -78,11 +78,7 @@ unsigned long long process_memory_bytes() {
     return statm >> pages >> resident ? resident * (unsigned long long)sysconf(_SC_PAGESIZE) : 0;
 }
 
-bool set_time_zone(const char *tz) {
-    set_env("TZ", tz);
-    tzset();
-    return true;
-}
+bool set_time_zone(const char *tz) { return set_env("TZ", tz), tzset(), true; }
 
 void set_temp_folder(const std::string &dir) { set_env("TMPDIR", dir.empty() ? nullptr : dir.c_str()); }
 
