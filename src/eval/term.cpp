@@ -22,8 +22,8 @@ char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + '
 // Whole turns in gon; 2 pi as asin(1) * 4, which both platforms' libraries give exactly.
 const double kTwoPi = std::asin(1.0) * 4;
 const double kE = std::exp(1.0);
-constexpr double kPi =
-    3.14;  // two decimals on purpose: the stored quantities were computed with it
+// Two decimals on purpose: the stored quantities were computed with it.
+constexpr double kPi = 3.14;
 
 enum Function {
     kSin,
