@@ -1,9 +1,9 @@
 # tarngdi32: make demo runs the tool on bundled data; make test builds every preset and runs
-# every test (natively, under sanitizers, and the Windows build under wine64).
+# every test (natively, under sanitizers, the x86_64 Windows build under wine64 and the shipped
+# i686 DLL under 32-bit wine).
 
 SHELL := /bin/bash
 JOBS  ?= $(shell nproc 2>/dev/null || echo 2)
-WINE  ?= /usr/lib/wine/wine64
 PRESETS := native asan win64 win32
 
 # Debian packages the build and the tests need.
@@ -18,6 +18,7 @@ all: build
 
 deps:
 	@bash scripts/install-deps.sh $(PACKAGES)
+	@bash scripts/install-wine32.sh
 
 build: $(addprefix build-,$(PRESETS))
 

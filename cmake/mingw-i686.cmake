@@ -14,3 +14,6 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 # SSE2 arithmetic: doubles are computed exactly as in the 64-bit build that the tests run.
 set(CMAKE_C_FLAGS_INIT "-msse2 -mfpmath=sse")
 set(CMAKE_CXX_FLAGS_INIT "-msse2 -mfpmath=sse")
+# The 32-bit loader of Debian's wine32:i386: on a 64-bit prefix it runs the DLL as a 32-bit
+# process on 64-bit Windows, the applications' own setting.
+set(CMAKE_CROSSCOMPILING_EMULATOR /usr/lib/wine/wine)

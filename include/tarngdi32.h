@@ -884,11 +884,11 @@ typedef struct TarnUiProvider {
     void *context;
     /* A message box (type as MessageBoxA's MB_ flags); returns the button: 1 OK, 2 Cancel, 6 Yes,
        7 No. */
-    int32_t (*messageBox)(void *context, const char *text, const char *caption, uint32_t type);
+    int32_t(TARN_CALL *messageBox)(void *context, const char *text, const char *caption, uint32_t type);
     /* A modal dialog; returns when it has ended (leaving it open counts as cancelled). */
-    void (*runDialog)(void *context, TarnUiDialog *dialog);
+    void(TARN_CALL *runDialog)(void *context, TarnUiDialog *dialog);
     /* Progress of a long operation: a text and a percentage, -1 when unknown. */
-    void (*progress)(void *context, const char *text, int32_t percent);
+    void(TARN_CALL *progress)(void *context, const char *text, int32_t percent);
 } TarnUiProvider;
 
 /* Installs a copy of *provider (members beyond its size stay empty); NULL removes it. */

@@ -13,7 +13,10 @@ fi
 echo "install-deps: installing ${missing[*]}"
 export DEBIAN_FRONTEND=noninteractive
 for try in 1 2 3; do
-  if apt-get update -q >/dev/null && apt-get install -y -q --no-install-recommends "${missing[@]}" >/dev/null; then
+  # An index that cannot be read (a mirror mid-sync) makes update fail although the other
+  # indexes are fresh; the install decides.
+  apt-get update -q >/dev/null 2>&1 || echo "install-deps: apt-get update reported errors; going on" >&2
+  if apt-get install -y -q --no-install-recommends "${missing[@]}" >/dev/null; then
     exit 0
   fi
   echo "install-deps: attempt $try failed" >&2

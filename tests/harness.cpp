@@ -45,7 +45,7 @@ GermanNumbers::~GermanNumbers() { std::setlocale(LC_NUMERIC, saved_.c_str()); }
 
 namespace {
 
-int32_t fake_box(void *context, const char *text, const char *caption, uint32_t type) {
+int32_t TARN_CALL fake_box(void *context, const char *text, const char *caption, uint32_t type) {
     auto *ui = static_cast<FakeUi *>(context);
     ui->boxes.push_back(text ? text : "");
     ui->captions.push_back(caption ? caption : "");
@@ -56,13 +56,13 @@ int32_t fake_box(void *context, const char *text, const char *caption, uint32_t 
     return answer;
 }
 
-void fake_dialog(void *context, TarnUiDialog *d) {
+void TARN_CALL fake_dialog(void *context, TarnUiDialog *d) {
     auto *ui = static_cast<FakeUi *>(context);
     ui->dialogs.push_back(tarnUiDialogName(d));
     if (ui->dialog) ui->dialog(d);
 }
 
-void fake_progress(void *context, const char *text, int32_t percent) {
+void TARN_CALL fake_progress(void *context, const char *text, int32_t percent) {
     auto *ui = static_cast<FakeUi *>(context);
     ui->progressTexts.push_back(text ? text : "");
     ui->percents.push_back(percent);

@@ -163,7 +163,9 @@ TEST(DateNumbers, AddDaysThroughTheLocalCalendar) {
     // 23:30 UTC on 15.03.2024 is the 16th in Berlin, and still the 15th where the zone's data is missing.
     const bool haveZone = ld_FullTimeToDate(1710545400) == 20240316;
     if (haveZone)
-        for (const auto &c : berlin) EXPECT_EQ(ld_AddDays(c.date, c.days), c.result) << "Berlin " << c.date;
+        for (const auto &c : berlin) {
+            EXPECT_EQ(ld_AddDays(c.date, c.days), c.result) << "Berlin " << c.date;
+        }
     test_env::set_time_zone(nullptr);
     if (!haveZone) GTEST_SKIP() << "the zone data for Europe/Berlin is not installed";
 }

@@ -133,3 +133,34 @@ TEST(RegistryValues, ReadOnlyTheirOwnKindAndAnswerZeroOnFailure) {
     koWritePrivateString(nullptr, nullptr, nullptr, "TarnRefused");
     koSetProfileType(type);
 }
+
+// A 32-bit process on 64-bit Windows sees HKLM\SOFTWARE through the 32-bit view; the _Ex forms
+// with view64 read the 64-bit one. Where there is only one view (a 64-bit process, Linux) the
+// flag changes nothing.
+TEST(RegistryValues, View64ReadsTheSixtyFourBitViewOfA32BitProcess) {
+    const std::string name = unique("View64");
+    const DWORD v = 4711;
+    HKEY software = nullptr;
+    ASSERT_EQ(plat::reg_open(HKEY_LOCAL_MACHINE, "SOFTWARE", true, true, &software), plat::kErrorSuccess);
+    ASSERT_EQ(plat::reg_set(software, name.c_str(), plat::kRegDword, &v, sizeof v), plat::kErrorSuccess);
+    ASSERT_EQ(plat::reg_set(software, (name + "s").c_str(), plat::kRegSz, "vier", 5), plat::kErrorSuccess);
+    const int32_t inOwnView = Is_Wow64() ? 0 : 1;
+    int flag = 1;
+    const struct {
+        void *view64;
+        int32_t found;
+    } cases[] = {{&flag, 1}, {nullptr, inOwnView}};
+    for (const auto &c : cases) {
+        DWORD got = 1;
+        char text[8] = "";
+        EXPECT_EQ(tarnGetRegDWORD_Ex(HKEY_LOCAL_MACHINE, "SOFTWARE", name.c_str(), &got, c.view64), c.found);
+        EXPECT_EQ(got, c.found ? v : 0u);
+        EXPECT_EQ(tarnGetRegString_Ex(HKEY_LOCAL_MACHINE, "SOFTWARE", (name + "s").c_str(), text, sizeof text,
+                                      c.view64 != nullptr),
+                  c.found);
+        EXPECT_STREQ(text, c.found ? "vier" : "");
+    }
+    plat::reg_delete_value(software, name.c_str());
+    plat::reg_delete_value(software, (name + "s").c_str());
+    plat::reg_close(software);
+}

@@ -38,7 +38,7 @@ public:
     ProgressBar &operator=(const ProgressBar &) = delete;
 
 private:
-    static void report(void *context, const char *, int32_t percent) {
+    static void TARN_CALL report(void *context, const char *, int32_t percent) {
         auto *bar = static_cast<ProgressBar *>(context);
         if (percent < 0 || percent > 100) percent = 0;
         // Reports come every kilobyte; the terminal only hears of a new percentage.
