@@ -7,6 +7,7 @@
 namespace test_env {
 
 bool library_keeps_settings();                     // false on Windows, where the system keeps INI files and registry
+bool system_is_wine();                             // the Windows build runs on Wine, not on Windows
 std::string program_folder();                      // the library's program folder (INI forms beside it)
 std::string temp_folder(const std::string &name);  // a fresh empty folder for one test
 std::string join(const std::string &a, const std::string &b);

@@ -40,10 +40,12 @@ bool same_name(const char *a, size_t alen, const char *b, size_t blen) {
     return true;
 }
 
+// Windows trims only blanks from the names a caller passes: a tab is part of the name.
 std::string trimmed(const char *s) {
     const std::string t(s ? s : "");
     size_t b = 0, e = t.size();
-    trim(t, b, e);
+    while (b < e && t[b] == ' ') ++b;
+    while (e > b && t[e - 1] == ' ') --e;
     return t.substr(b, e - b);
 }
 
@@ -53,13 +55,14 @@ Text::Text(const std::string &bytes) {
         bom_ = bytes.substr(0, 3);
         at = 3;
     }
+    // A line ends at CR LF, LF or a CR alone (files from old Macintosh editors).
     while (at < bytes.size()) {
-        size_t nl = bytes.find('\n', at);
-        const size_t next = nl == npos ? bytes.size() : nl + 1;
-        if (nl == npos) nl = bytes.size();
-        if (nl > at && bytes[nl - 1] == '\r') --nl;
-        lines_.push_back(classify(bytes.substr(at, nl - at)));
-        at = next;
+        size_t end = bytes.find_first_of("\r\n", at);
+        if (end == npos) end = bytes.size();
+        lines_.push_back(classify(bytes.substr(at, end - at)));
+        at = end;
+        if (at < bytes.size())
+            at += bytes.compare(at, 2, "\r\n") == 0 ? 2 : 1;
     }
 }
 
@@ -72,15 +75,14 @@ Text::Line Text::classify(std::string raw) {
     trim(s, b, e);
     if (b == e) return line;
     if (s[b] == '[') {
-        const size_t close = s.rfind(']', e - 1);
-        if (close != npos && close > b) {
-            size_t nb = b + 1, ne = close;
-            trim(s, nb, ne);
-            line.kind = Kind::header;
-            line.name_at = nb;
-            line.name_len = ne - nb;
-            return line;
-        }
+        // The name ends at the first "]"; without one it is the rest of the line.
+        const size_t close = s.find(']', b + 1);
+        size_t nb = b + 1, ne = close != npos && close < e ? close : e;
+        trim(s, nb, ne);
+        line.kind = Kind::header;
+        line.name_at = nb;
+        line.name_len = ne - nb;
+        return line;
     }
     line.kind = Kind::entry;
     line.comment = s[b] == ';';
@@ -120,8 +122,10 @@ size_t Text::section_end(size_t header) const {
 
 size_t Text::find_key(size_t header, const std::string &key) const {
     const size_t end = section_end(header);
+    // A comment line is no key, whatever name a caller asks for.
     for (size_t i = header + 1; i < end; ++i)
-        if (lines_[i].kind == Kind::entry && name_is(lines_[i], key)) return i;
+        if (lines_[i].kind == Kind::entry && !lines_[i].comment && name_is(lines_[i], key))
+            return i;
     return npos;
 }
 
@@ -159,9 +163,9 @@ std::vector<std::string> Text::key_names(const char *section) const {
 }
 
 bool Text::set(const char *section, const char *key, const char *value) {
+    // The value is written as given; readers trim it.
     const std::string sec = trimmed(section), name = trimmed(key);
     const char *v = value;
-    while (*v && is_blank(static_cast<unsigned char>(*v))) ++v;
 
     const size_t header = find_section(sec);
     if (header == npos) {

@@ -12,12 +12,12 @@ namespace ini {
 bool is_blank(unsigned char c);
 // Compares two names ignoring case the way Windows does for the ANSI page 1252.
 bool same_name(const char *a, size_t alen, const char *b, size_t blen);
-// `s` without leading and trailing blanks.
+// A caller's section or key name without leading and trailing blanks (" " only).
 std::string trimmed(const char *s);
 
 class Text {
 public:
-    // Any bytes: CR LF or LF line ends, a missing final line end, NUL bytes and a UTF-8 byte
+    // Any bytes: CR LF, LF or CR line ends, a missing final line end, NUL bytes and a UTF-8 byte
     // order mark are all accepted.
     explicit Text(const std::string &bytes);
 

@@ -39,6 +39,7 @@ void set_env(const char *name, const char *value) {
 }  // namespace
 
 bool library_keeps_settings() { return true; }
+bool system_is_wine() { return false; }
 std::string program_folder() { return home() + "/program"; }
 std::string join(const std::string &a, const std::string &b) { return a + "/" + b; }
 

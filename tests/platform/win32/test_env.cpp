@@ -11,6 +11,10 @@ std::string self;
 }  // namespace
 
 bool library_keeps_settings() { return false; }
+bool system_is_wine() {
+    const HMODULE ntdll = GetModuleHandleA("ntdll.dll");
+    return ntdll && GetProcAddress(ntdll, "wine_get_version");
+}
 std::string join(const std::string &a, const std::string &b) { return a + "\\" + b; }
 
 std::string program_folder() {
