@@ -107,6 +107,9 @@ std::vector<IniCase> cases() {
               "; top comment\r\n[A]\r\n; inner comment\r\nk=new\r\nk=second\r\nnoeq\r\n[B]\r\nx=1\r\n"),
         Write("a new key ends its section; LF comes back as CR LF", "[A]\nk=v\n[B]\nx=1\n", "a", "k2", "v2", true,
               "[A]\r\nk=v\r\nk2=v2\r\n[B]\r\nx=1\r\n"),
+        // Windows inserts the line and keeps the rest of the file; Wine rewrites it without blank lines.
+        NotWine(Write("a new key goes before the blank lines ending its section", "[A]\r\nk=v\r\n\r\n[B]\r\nx=1\r\n",
+                      "A", "k2", "v2", true, "[A]\r\nk=v\r\nk2=v2\r\n\r\n[B]\r\nx=1\r\n")),
         Write("a key line without = gets the value", kComments, "A", "noeq", "5", true,
               "; top comment\r\n[A]\r\n; inner comment\r\nk=v\r\nk=second\r\nnoeq=5\r\n[B]\r\nx=1\r\n"),
         NotWine(Write("a value is written as given", "[A]\r\nk=v\r\n", "A", " k ", " \tlead ", true,
