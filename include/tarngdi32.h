@@ -800,7 +800,9 @@ TARN_API int32_t TARN_CALL koInitIP(void);
 /* Stops the socket layer; 1. */
 TARN_API int32_t TARN_CALL koExitIP(void);
 /* Starts the services of flags (KO_SERVER_*; 0 starts none); a handle, or NULL when the socket
-   cannot be made, bound or listened on, or pipes alone were asked on a system without them. */
+   cannot be made, bound or listened on, the pipe cannot be created, or pipes alone were asked on
+   a system without them. Both the listening socket and the first pipe instance exist when the
+   call returns: a client may connect at once. */
 TARN_API void *TARN_CALL koServerCreate(uint32_t port, uint16_t flags, koRequestHandler handler,
                                         koLogProc log);
 /* 1 for a handle while the server is not shut down, else 0 (for good: the shutdown is never

@@ -513,6 +513,37 @@ int shutdown_self(const std::vector<std::string> &args) {
 }
 TEST_CHILD_ROLE("request-shutdown-self", shutdown_self);
 
+// args: port. A pipe that cannot be created fails koServerCreate and takes down the socket
+// listener the call made.
+int pipe_create_refused(const std::vector<std::string> &args) {
+    const uint16_t port = uint16_t(std::stoi(args[0]));
+    koInitIP();
+    {
+        harness::Fault refused("CreateNamedPipe", 1, harness::kAccessDenied);
+        if (koServerCreate(port, KO_SERVER_SOCKETS | KO_SERVER_PIPES, test_handler, record_report)) return 3;
+    }
+    if (!find_report(pipe_name(port))) return 4;
+    if (void *tcp = koClientCreate(port, kTcp, "#127.0.0.1")) return koClientCleanup(tcp), 5;
+    return 0;
+}
+TEST_CHILD_ROLE("pipe-create-refused", pipe_create_refused);
+
+// args: folder, first port, count. A pipe-only server per port, one after the other: each says
+// "ready-N" in the folder as soon as koServerCreate has returned and waits for "done-N".
+int pipe_servers_one_by_one(const std::vector<std::string> &args) {
+    const std::string folder = args[0];
+    const int first = std::stoi(args[1]), count = std::stoi(args[2]);
+    koInitIP();
+    for (int i = 0; i < count; ++i) {
+        if (!koServerCreate(first + i, KO_SERVER_PIPES, test_handler, quiet_report)) return 4;
+        harness::write_file(test_env::join(folder, "ready-" + std::to_string(i)), "");
+        if (!within(30, [&] { return harness::file_exists(test_env::join(folder, "done-" + std::to_string(i))); }))
+            return 3;
+    }
+    return 0;
+}
+TEST_CHILD_ROLE("pipe-servers-one-by-one", pipe_servers_one_by_one);
+
 test_env::Child start_server(uint16_t port, const char *flags, const char *delayMs = nullptr) {
     std::vector<std::string> args = {"--role", "request-server", std::to_string(port), flags};
     if (delayMs) args.push_back(delayMs);
@@ -568,6 +599,32 @@ TEST_F(RequestServiceShutdown, RequestThirtyOneOverTheRawPipe) {
         raw.close();
         EXPECT_EQ(harness::wait_child_for(child, 30000), 0) << "the server was not shut down";
     }
+}
+
+// A client that connects the moment a server process has returned from koServerCreate finds the
+// pipe: 300 servers in 5 processes, each connected to at once without a retry.
+TEST_F(RequestServiceShutdown, ThePipeIsThereWhenCreateReturns) {
+    constexpr int kProcesses = 5, kServers = 60, kFirst = 140;  // ports 140..199 of the block
+    EXPECT_EQ(harness::run_child({"--role", "pipe-create-refused", std::to_string(port_at(kFirst))}), 0);
+    int refused = 0;
+    for (int p = 0; p < kProcesses; ++p) {
+        const std::string folder = test_env::temp_folder("pipe_ready_" + std::to_string(p));
+        auto child = test_env::start_self(
+            {"--role", "pipe-servers-one-by-one", folder, std::to_string(port_at(kFirst)), std::to_string(kServers)});
+        ASSERT_GT(child.id, 0);
+        for (int i = 0; i < kServers; ++i) {
+            const std::string ready = test_env::join(folder, "ready-" + std::to_string(i));
+            const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+            while (!harness::file_exists(ready) && std::chrono::steady_clock::now() < until) std::this_thread::yield();
+            ASSERT_TRUE(harness::file_exists(ready)) << "server " << i << " of process " << p;
+            void *client = koClientCreate(port_at(kFirst + i), kPipe, ".");
+            if (!client || !echo(client, "here")) ++refused;
+            koClientCleanup(client);
+            harness::write_file(test_env::join(folder, "done-" + std::to_string(i)), "");
+        }
+        EXPECT_EQ(harness::wait_child_for(child, 30000), 0) << "process " << p;
+    }
+    EXPECT_EQ(refused, 0) << "of " << kProcesses * kServers << " connections";
 }
 
 }  // namespace

@@ -90,17 +90,21 @@ int32_t koPipeClient::Close() {
     return 1;
 }
 
+plat::Pipe *koPipeServer::CreateInstance(uint16_t portNumber) {
+    char name[300];
+    pipe_name(name, ".", portNumber);
+    plat::Pipe *instance = plat::pipe_create(name);
+    if (!instance) report(kLogConnection, name);
+    return instance;
+}
+
 int32_t koPipeServer::Open(const char *hostText, uint16_t portNumber, uint32_t timeoutSeconds,
                            uint32_t intervalMs) {
     koConnect::Open(hostText, portNumber, timeoutSeconds, intervalMs);
     if (pipes_unavailable()) return 0;
+    if (!pipe && !(pipe = CreateInstance(portNumber))) return 0;
     char name[300];
     pipe_name(name, ".", portNumber);
-    pipe = plat::pipe_create(name);
-    if (!pipe) {
-        report(kLogConnection, name);
-        return 0;
-    }
     connected = 1;
     const int rc = plat::pipe_wait_client(pipe, timeoutSeconds * 1000, 10, &connected);
     if (rc == 1) return 1;

@@ -48,10 +48,16 @@ public:
     int32_t Close() override;
 };
 
+// Open waits for a client on the instance in `pipe` when it already holds one (the one the
+// server made before koServerCreate returned), else on a new one.
 class koPipeServer : public koConnectPipe {
 public:
     int32_t Open(const char *host, uint16_t port, uint32_t timeout, uint32_t interval) override;
     int32_t Close() override;
+
+    // A new server instance of the pipe for `port`; null, reported as a connection failure
+    // naming the pipe, when the system refuses it.
+    static plat::Pipe *CreateInstance(uint16_t port);
 };
 
 class koConnectSocket : public koConnect {

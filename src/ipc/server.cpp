@@ -21,9 +21,12 @@ namespace {
 enum class Transport { Socket, Pipe };
 
 // One chain of acceptors: its transport and, for sockets, the listener it takes connections from.
+// The first pipe acceptor gets the instance koServerCreate made, so that a client finds the pipe
+// the moment the call has returned.
 struct Chain {
     Transport transport;
     Listener::Seen listener;
+    plat::Pipe *firstInstance = nullptr;
 };
 
 // The pause before a thread or memory that could not be had is asked for again.
@@ -35,7 +38,11 @@ bool wanted(const Chain &chain) {
 }
 
 koConnect *new_connection(const Chain &chain) {
-    if (chain.transport == Transport::Pipe) return new (std::nothrow) koPipeServer;
+    if (chain.transport == Transport::Pipe) {
+        koPipeServer *conn = new (std::nothrow) koPipeServer;
+        if (conn) conn->pipe = chain.firstInstance;
+        return conn;
+    }
     koSocketServer *conn = new (std::nothrow) koSocketServer;
     if (conn) {
         conn->listener = chain.listener.socket;
@@ -53,7 +60,7 @@ void serve_connection(Chain chain) {
     unsigned char *frame = nullptr;
     // Short of memory the acceptor waits for some rather than ending the chain.
     for (;;) {
-        if (!conn) conn = new_connection(chain);
+        if (!conn && (conn = new_connection(chain))) chain.firstInstance = nullptr;  // conn owns it
         if (!frame) frame = new (std::nothrow) unsigned char[kFrameBytes]();
         if (conn && frame) break;
         if (!wanted(chain)) {
@@ -166,7 +173,15 @@ TARN_API void *TARN_CALL koServerCreate(uint32_t port, uint16_t flags, koRequest
         return nullptr;
     }
     report(kLogProgress, "Pipe-Dienst wird gestartet");
-    start_acceptor({Transport::Pipe, {plat::kNoSocket, 0}});
+    // The first instance exists before the call returns; failing it fails the call, as a failing
+    // bind() does for sockets, and takes down the socket listener this call installed.
+    plat::Pipe *first = koPipeServer::CreateInstance(uint16_t(port));
+    if (!first) {
+        if (flags & KO_SERVER_SOCKETS) close_listener();
+        delete token;
+        return nullptr;
+    }
+    start_acceptor({Transport::Pipe, {plat::kNoSocket, 0}, first});
     return token;
 }
 
