@@ -12,13 +12,13 @@ if [ "$(id -u)" != 0 ]; then
 fi
 echo "install-deps: installing ${missing[*]}"
 export DEBIAN_FRONTEND=noninteractive
+# shellcheck source=apt-aligned.sh
+. "$(dirname "$0")/apt-aligned.sh"
 for try in 1 2 3; do
   # An index that cannot be read (a mirror mid-sync) makes update fail although the other
   # indexes are fresh; the install decides.
   apt-get update -q >/dev/null 2>&1 || echo "install-deps: apt-get update reported errors; going on" >&2
-  if apt-get install -y -q --no-install-recommends "${missing[@]}" >/dev/null; then
-    exit 0
-  fi
+  apt_install_aligned "${missing[@]}" && exit 0
   echo "install-deps: attempt $try failed" >&2
   sleep $((try * 5))
 done
