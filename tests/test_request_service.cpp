@@ -534,12 +534,18 @@ int pipe_servers_one_by_one(const std::vector<std::string> &args) {
     const std::string folder = args[0];
     const int first = std::stoi(args[1]), count = std::stoi(args[2]);
     koInitIP();
+    std::vector<void *> servers;
     for (int i = 0; i < count; ++i) {
-        if (!koServerCreate(first + i, KO_SERVER_PIPES, test_handler, quiet_report)) return 4;
+        servers.push_back(koServerCreate(first + i, KO_SERVER_PIPES, test_handler, quiet_report));
+        if (!servers.back()) return 4;
         harness::write_file(test_env::join(folder, "ready-" + std::to_string(i)), "");
         if (!within(30, [&] { return harness::file_exists(test_env::join(folder, "done-" + std::to_string(i))); }))
             return 3;
     }
+    // Each cleanup pauses a moment: all at once.
+    std::vector<std::thread> cleanups;
+    for (void *server : servers) cleanups.emplace_back([server] { koServerCleanup(server); });
+    for (auto &t : cleanups) t.join();
     return 0;
 }
 TEST_CHILD_ROLE("pipe-servers-one-by-one", pipe_servers_one_by_one);
