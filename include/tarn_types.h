@@ -56,6 +56,7 @@
    typedef HGDIOBJ                 HBITMAP;
    typedef HGDIOBJ                 HFONT;
    typedef struct tarn_hcursor_*   HCURSOR;
+   typedef struct tarn_hdc_*       HDC;
    typedef void*                   HANDLE;
    typedef struct tarn_hkey_*      HKEY;
    typedef struct _GUID {
@@ -74,6 +75,58 @@
    typedef uint32_t                DWORD;
    typedef TARN_WCHAR              WCHAR;
    typedef TARN_WCHAR*             BSTR;
+   /* A printer's device settings with the layout of Windows' DEVMODEA (156 bytes, then
+      dmDriverExtra bytes of the driver's own), so that stored settings read the same everywhere.
+      Only the printer fields are named; the display fields keep their room. */
+   typedef struct _devicemodeA {
+       uint8_t  dmDeviceName[32];
+       uint16_t dmSpecVersion;
+       uint16_t dmDriverVersion;
+       uint16_t dmSize;
+       uint16_t dmDriverExtra;
+       uint32_t dmFields;
+       int16_t  dmOrientation;
+       int16_t  dmPaperSize;
+       int16_t  dmPaperLength;
+       int16_t  dmPaperWidth;
+       int16_t  dmScale;
+       int16_t  dmCopies;
+       int16_t  dmDefaultSource;
+       int16_t  dmPrintQuality;
+       int16_t  dmColor;
+       int16_t  dmDuplex;
+       int16_t  dmYResolution;
+       int16_t  dmTTOption;
+       int16_t  dmCollate;
+       uint8_t  dmFormName[32];
+       uint16_t dmLogPixels;
+       uint32_t dmBitsPerPel;
+       uint32_t dmPelsWidth;
+       uint32_t dmPelsHeight;
+       uint32_t dmDisplayFlags;
+       uint32_t dmDisplayFrequency;
+       uint32_t dmICMMethod;
+       uint32_t dmICMIntent;
+       uint32_t dmMediaType;
+       uint32_t dmDitherType;
+       uint32_t dmReserved1;
+       uint32_t dmReserved2;
+       uint32_t dmPanningWidth;
+       uint32_t dmPanningHeight;
+   } DEVMODEA;
+#  define DM_ORIENTATION 0x00000001u
+#  define DM_PAPERSIZE   0x00000002u
+#  define DM_COPIES      0x00000100u
+#  define DM_DUPLEX      0x00001000u
+#  define DMORIENT_PORTRAIT  1
+#  define DMORIENT_LANDSCAPE 2
+#  define DMPAPER_LETTER 1
+#  define DMPAPER_A3     8
+#  define DMPAPER_A4     9
+#  define DMPAPER_A5     11
+#  define DMDUP_SIMPLEX    1
+#  define DMDUP_VERTICAL   2
+#  define DMDUP_HORIZONTAL 3
 #endif
 /* clang-format on */
 

@@ -493,7 +493,8 @@ TARN_API int32_t TARN_CALL koDefShellFileSet(void *context, int32_t size, int32_
  * "DeleteFile", "CopyFile", "MoveFile", "CreateDirectory", "socket", "bind", "listen", "accept",
  * "connect", "send", "recv", "CreateNamedPipe", "ConnectNamedPipe", "CreatePipeClient",
  * "ReadPipe", "WritePipe", "RegOpenKey", "RegCreateKey", "RegQueryValue", "RegSetValue",
- * "RegDeleteValue", "RegDeleteKey", "GlobalAlloc", "CreateThread", "CreateProcess". */
+ * "RegDeleteValue", "RegDeleteKey", "GlobalAlloc", "CreateThread", "CreateProcess",
+ * "EnumPrinters", "CreateDC". */
 TARN_API int32_t TARN_CALL tarnSetSysCallFault(const char *name, int32_t nth, int32_t error);
 
 /* ---- XML tree and atoms ------------------------------------------------------------------------
@@ -868,6 +869,76 @@ TARN_API int32_t TARN_CALL koMultilineGetNumLines(const char *text);
 TARN_API int32_t TARN_CALL koMultilineCopyLine(const char *text, int32_t line, char *buffer,
                                                int32_t size, BOOL terminate);
 
+/* ---- Logical printers and device settings ------------------------------------------------
+ * Applications print to a role ("Angebot1", "Rechnung1", "Standard"), which the settings map to a
+ * system printer and its stored device settings. Every access switches the profile type to 1 and
+ * back. The mapping is kept in section "KELVO_Printers" of the public profile ("DEFAULT"), the
+ * copy setting in "KELVO_Printer_Setup", the device settings as the binary value named after the
+ * role in section "KELVO_Printer" of the profile "KELVO_Devmode".
+ * On Linux the system printers are the CUPS destinations followed by the built-in "PDF", which
+ * writes each document as a PDF file into $TARNGDI_PRINT_DIR ($TARNGDI_HOME/print by default). */
+
+/* A device context for the role's printer (its mapping with the stored settings, else a printer
+   of the role's own name, else the default printer); an information context when infoOnly is
+   set; NULL when the printer cannot be opened. "Standard" without a mapping is the default
+   printer, even when a printer is named so. */
+TARN_API HDC TARN_CALL koGetPrinterDCByLogName(const char *logName, BOOL infoOnly);
+/* The same for a system printer (NULL or "": the default), without stored settings. */
+TARN_API HDC TARN_CALL koGetPrinterDC(const char *printerName, BOOL infoOnly);
+/* The role's printer ("" for the default) into buffer, cut to size - 1; buffer when a mapping was
+   read, else NULL with "" in buffer (the profile read's answer). */
+TARN_API char *TARN_CALL koGetPrinterNameFromLogName(const char *logName, char *buffer,
+                                                     int32_t size);
+/* Maps the role to a printer ("": the default); the role's stored device settings are removed
+   and its key in "KELVO_Printer_Setup" emptied. Non-zero when the mapping was written. */
+TARN_API int32_t TARN_CALL koSetPrinterNameForLogName(const char *logName, const char *printerName);
+/* The roles as NUL-terminated names ended by an empty one (the profile read of a NULL key);
+   buffer, or NULL with "" when there are none. */
+TARN_API char *TARN_CALL koEnumPrinterLogNames(char *buffer, int32_t size);
+/* The role's stored device settings in a block from AllocGlobal (free it with FreeGlobal); NULL
+   when none are stored or they cannot be read. */
+TARN_API DEVMODEA *TARN_CALL koPrinterLoadDevmodeData(const char *logName);
+/* Stores dmSize + dmDriverExtra bytes of mode (NULL, or a dmSize of 0, removes the settings);
+   non-zero on success. */
+TARN_API int32_t TARN_CALL koPrinterSaveDevmodeData(const char *logName, const DEVMODEA *mode);
+/* "UseCopyDrv": whether copies after the first go to the role "Durchschlag"; 0 when unset. */
+TARN_API int32_t TARN_CALL koPrinterGetUseCopyDrv(void);
+/* Writes "1" for a non-zero flag, else "0"; non-zero on success. */
+TARN_API int32_t TARN_CALL koPrinterSetUseCopyDrv(int32_t flag);
+/* The system printers: their number (0 when they cannot be listed), one name by index ("" out of
+   range), and all names NUL-terminated with an extra NUL at the end; names are cut to fit. */
+TARN_API int32_t TARN_CALL koGetPrinterCount(void);
+TARN_API void TARN_CALL koGetPrinterName(int32_t index, char *buffer, int32_t size);
+TARN_API void TARN_CALL koGetPrinterNameList(char *buffer, int32_t size);
+/* Centimetres to device units of dc: whole points (1/72 inch, rounded), then points times the
+   device's dots per inch / 72, rounded up; 0 for a NULL dc. */
+TARN_API int32_t TARN_CALL koGetPixelHorz(HDC dc, double centimetres);
+TARN_API int32_t TARN_CALL koGetPixelVert(HDC dc, double centimetres);
+/* The dialog "DlgLogPrinters" mapping roles to printers (the eight default roles are created when
+   none exist); 1 closed with OK, 0 cancelled or not shown. */
+TARN_API int32_t TARN_CALL koPrinterSetupDlg(HWND parent);
+
+/* The font-map table of the drawing layer, in the private profile "PRT": entries by index from
+   0, each a name, the system printer behind it, a switch and replacement font specs by number. */
+/* Appends an entry; 1 added, 0 when an entry of that name exists (names compare exactly). */
+TARN_API int32_t TARN_CALL tarnGdiAddPrinter(const char *name, const char *sysName);
+/* The number of entries ("PRT_CNT"). */
+TARN_API int32_t TARN_CALL tarnGdiGetPrinterCount(void);
+/* Entry index's name and system printer into buffer ("" when missing); buffer or NULL as the
+   profile read answers. */
+TARN_API char *TARN_CALL tarnGdiGetPrinterName(int32_t index, char *buffer, int32_t size);
+TARN_API char *TARN_CALL tarnGdiGetPrinterSysName(int32_t index, char *buffer, int32_t size);
+/* Switches entry index's font replacement on or off; the profile write's result. */
+TARN_API int32_t TARN_CALL tarnGdiEnableFontMap(int32_t index, int32_t flag);
+/* The stored switch (0 when unset). */
+TARN_API int32_t TARN_CALL tarnGdiIsFontMap(int32_t index);
+/* Replacement font spec of font number fontNo; buffer's own text is the default. Buffer or NULL as
+   the profile read answers. */
+TARN_API char *TARN_CALL tarnGdiGetFontMap(int32_t index, int32_t fontNo, char *buffer,
+                                            int32_t size);
+/* Writes it; the profile write's result. */
+TARN_API int32_t TARN_CALL tarnGdiSetFontMap(int32_t index, int32_t fontNo, const char *spec);
+
 /* ---- User interface provider ----------------------------------------------------------------
  * Message boxes, modal dialogs and progress reports of the library go to the provider an
  * application installs. Without one, Windows shows its own boxes and the dialogs of the DLL's
@@ -879,7 +950,14 @@ TARN_API int32_t TARN_CALL koMultilineCopyLine(const char *text, int32_t line, c
 
 typedef struct TarnUiDialog TarnUiDialog;
 
-enum TarnUiControlKind { TARN_UI_LABEL = 1, TARN_UI_EDIT = 2, TARN_UI_BUTTON = 3 };
+/* A list's text is its selected item ("" when none), a check box's "1" or "0". */
+enum TarnUiControlKind {
+    TARN_UI_LABEL = 1,
+    TARN_UI_EDIT = 2,
+    TARN_UI_BUTTON = 3,
+    TARN_UI_LIST = 4,
+    TARN_UI_CHECK = 5
+};
 
 typedef struct TarnUiProvider {
     uint32_t size; /* sizeof(TarnUiProvider) */
@@ -913,8 +991,13 @@ TARN_API int32_t TARN_CALL tarnUiDialogSetText(TarnUiDialog *dialog, int32_t id,
 TARN_API int32_t TARN_CALL tarnUiDialogFocus(TarnUiDialog *dialog);
 /* The user leaves edit id; 1, or 0 when id is no edit or the dialog has ended. */
 TARN_API int32_t TARN_CALL tarnUiDialogLeave(TarnUiDialog *dialog, int32_t id);
-/* Presses 1 (Enter), 2 (Cancel) or a button's id; 1, or 0 when id is no button or the dialog has
-   ended. */
+/* Item index of list id (from 0); NULL past its end or for no list. */
+TARN_API const char *TARN_CALL tarnUiDialogListItem(TarnUiDialog *dialog, int32_t id, int32_t index);
+/* The user selects item index of list id (focus moves there); 1, or 0 when there is no such item
+   or the dialog has ended. */
+TARN_API int32_t TARN_CALL tarnUiDialogSelect(TarnUiDialog *dialog, int32_t id, int32_t index);
+/* Presses 1 (Enter), 2 (Cancel), a button's id or a check box's id (which turns it over); 1, or 0
+   when id is neither or the dialog has ended. */
 TARN_API int32_t TARN_CALL tarnUiDialogPress(TarnUiDialog *dialog, int32_t id);
 /* 1 once ended, with its result in *result (when given); else 0. */
 TARN_API int32_t TARN_CALL tarnUiDialogEnded(TarnUiDialog *dialog, intptr_t *result);

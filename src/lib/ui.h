@@ -12,6 +12,7 @@ constexpr uint32_t kInitDialog = 0x0110;
 constexpr uint32_t kCommand = 0x0111;
 constexpr uint32_t kEditKillFocus = 0x0200;
 constexpr uint32_t kButtonClicked = 0;
+constexpr uint32_t kListSelectionChanged = 1;
 constexpr int32_t kIdOk = 1;
 constexpr int32_t kIdCancel = 2;
 
@@ -48,6 +49,15 @@ bool set_item_text(HWND dialog, int32_t id, const char *text);
 void limit_item_text(HWND dialog, int32_t id, int chars);
 void focus_next(HWND dialog);
 void end_dialog(HWND dialog, intptr_t result);
+// Lists: items are appended in order; selecting from here sends no notification.
+void add_list_item(HWND dialog, int32_t id, const char *text);
+// The selected item's text into text; its length ("" and 0 when nothing is selected).
+int list_selection(HWND dialog, int32_t id, char *text, int size);
+void select_list_index(HWND dialog, int32_t id, int index);
+// Selects the item with exactly this text; nothing is selected when there is none.
+void select_list_item(HWND dialog, int32_t id, const char *text);
+bool get_check(HWND dialog, int32_t id);
+void set_check(HWND dialog, int32_t id, bool on);
 
 // A message box; `unattended` is the answer where nobody can be asked.
 int32_t message_box(HWND parent, const char *text, const char *caption, uint32_t type,

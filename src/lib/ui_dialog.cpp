@@ -16,9 +16,10 @@
 struct TarnUiDialog {
     const tarn::ui::DialogLayout *layout;
     tarn::ui::DialogProc proc;
-    std::vector<std::string> texts;
+    std::vector<std::string> texts;  // a list's: its selected item; a check box's: "1" or "0"
     std::vector<int> limits;
-    int focus = 0;  // index into the controls
+    std::vector<std::vector<std::string>> items;  // lists only
+    int focus = 0;                                // index into the controls
     bool ended = false;
     intptr_t result = 0;
 };
@@ -52,7 +53,12 @@ int index_of(const TarnUiDialog *d, int32_t id) {
 
 bool focusable(const TarnUiDialog *d, int i) {
     const int kind = d->layout->controls[i].kind;
-    return kind == TARN_UI_EDIT || kind == TARN_UI_BUTTON;
+    return kind != TARN_UI_LABEL;
+}
+
+int kind_of(const TarnUiDialog *d, int32_t id) {
+    const int i = index_of(d, id);
+    return i < 0 ? 0 : d->layout->controls[i].kind;
 }
 
 void send_command(TarnUiDialog *d, int32_t id, uint32_t code) {
@@ -82,6 +88,9 @@ intptr_t run_dialog(HWND parent, const DialogLayout &layout, DialogProc proc, in
     d.proc = proc;
     d.texts.resize(size_t(layout.count));
     d.limits.assign(size_t(layout.count), 0);
+    d.items.resize(size_t(layout.count));
+    for (int i = 0; i < layout.count; ++i)
+        if (layout.controls[i].kind == TARN_UI_CHECK) d.texts[size_t(i)] = "0";
     d.focus = std::max(0, index_of(&d, layout.firstFocus));
     {
         std::lock_guard<std::mutex> g(open_dialogs().lock);
@@ -139,6 +148,48 @@ void end_dialog(HWND dialog, intptr_t result) {
     if (!d) return plat::end_dialog(dialog, result);
     d->ended = true;
     d->result = result;
+}
+
+int list_selection(HWND dialog, int32_t id, char *text, int size) {
+    if (!provider_dialog(dialog)) return plat::dialog_list_selected(dialog, id, text, size);
+    return get_item_text(dialog, id, text, size);
+}
+
+void add_list_item(HWND dialog, int32_t id, const char *text) {
+    TarnUiDialog *d = provider_dialog(dialog);
+    if (!d) return plat::dialog_list_add(dialog, id, text);
+    if (kind_of(d, id) == TARN_UI_LIST)
+        d->items[size_t(index_of(d, id))].emplace_back(text ? text : "");
+}
+
+void select_list_index(HWND dialog, int32_t id, int index) {
+    TarnUiDialog *d = provider_dialog(dialog);
+    if (!d) return plat::dialog_list_select(dialog, id, index);
+    if (kind_of(d, id) != TARN_UI_LIST) return;
+    const auto &items = d->items[size_t(index_of(d, id))];
+    d->texts[size_t(index_of(d, id))] =
+        index >= 0 && size_t(index) < items.size() ? items[size_t(index)] : "";
+}
+
+void select_list_item(HWND dialog, int32_t id, const char *text) {
+    TarnUiDialog *d = provider_dialog(dialog);
+    if (!d) return plat::dialog_list_select(dialog, id, plat::dialog_list_find(dialog, id, text));
+    if (kind_of(d, id) != TARN_UI_LIST) return;
+    const auto &items = d->items[size_t(index_of(d, id))];
+    const auto it = std::find(items.begin(), items.end(), std::string(text ? text : ""));
+    select_list_index(dialog, id, it == items.end() ? -1 : int(it - items.begin()));
+}
+
+bool get_check(HWND dialog, int32_t id) {
+    TarnUiDialog *d = provider_dialog(dialog);
+    if (!d) return plat::dialog_checked(dialog, id);
+    return kind_of(d, id) == TARN_UI_CHECK && d->texts[size_t(index_of(d, id))] == "1";
+}
+
+void set_check(HWND dialog, int32_t id, bool on) {
+    TarnUiDialog *d = provider_dialog(dialog);
+    if (!d) return plat::dialog_check(dialog, id, on);
+    if (kind_of(d, id) == TARN_UI_CHECK) d->texts[size_t(index_of(d, id))] = on ? "1" : "0";
 }
 
 }  // namespace tarn::ui
@@ -218,10 +269,13 @@ TARN_API int32_t TARN_CALL tarnUiDialogPress(TarnUiDialog *d, int32_t id) {
     d = running(d);
     if (!d || d->ended) return 0;
     const int i = index_of(d, id);
-    // Enter and Escape reach the dialog without moving the focus; a button takes it first.
+    // Enter and Escape reach the dialog without moving the focus; a button takes it first, and
+    // a check box turns over before the dialog hears of the click.
     if (id != kIdOk && id != kIdCancel) {
-        if (i < 0 || d->layout->controls[i].kind != TARN_UI_BUTTON) return 0;
+        const int kind = i < 0 ? 0 : d->layout->controls[i].kind;
+        if (kind != TARN_UI_BUTTON && kind != TARN_UI_CHECK) return 0;
         move_focus(d, i);
+        if (kind == TARN_UI_CHECK) d->texts[size_t(i)] = d->texts[size_t(i)] == "1" ? "0" : "1";
     }
     if (!d->ended) send_command(d, id, kButtonClicked);
     return 1;
@@ -231,5 +285,21 @@ TARN_API int32_t TARN_CALL tarnUiDialogEnded(TarnUiDialog *d, intptr_t *result) 
     d = running(d);
     if (!d || !d->ended) return 0;
     if (result) *result = d->result;
+    return 1;
+}
+
+TARN_API const char *TARN_CALL tarnUiDialogListItem(TarnUiDialog *d, int32_t id, int32_t index) {
+    d = running(d);
+    if (!d || kind_of(d, id) != TARN_UI_LIST) return nullptr;
+    const auto &items = d->items[size_t(index_of(d, id))];
+    return index >= 0 && size_t(index) < items.size() ? items[size_t(index)].c_str() : nullptr;
+}
+
+TARN_API int32_t TARN_CALL tarnUiDialogSelect(TarnUiDialog *d, int32_t id, int32_t index) {
+    d = running(d);
+    if (!d || d->ended || !tarnUiDialogListItem(d, id, index)) return 0;
+    move_focus(d, index_of(d, id));
+    select_list_index(reinterpret_cast<HWND>(d), id, index);
+    if (!d->ended) send_command(d, id, kListSelectionChanged);
     return 1;
 }

@@ -11,21 +11,22 @@ namespace plat {
 // last socket error (WSAGetLastError), or only through the call's own result.
 enum class FailKind { lastError, socketError, result };
 
-#define TARN_SYSCALLS(X)                                                                           \
-  X(CreateFile, lastError)                                                                         \
-  X(ReadFile, lastError) X(WriteFile, lastError) X(SetFilePointer, lastError)                      \
-      X(SetEndOfFile, lastError) X(CloseHandle, lastError) X(DeleteFile, lastError)                \
-          X(CopyFile, lastError) X(MoveFile, lastError) X(CreateDirectory, lastError)              \
-              X(socket, socketError) X(bind, socketError) X(listen, socketError)                   \
-                  X(accept, socketError) X(connect, socketError) X(send, socketError)              \
-                      X(recv, socketError) X(CreateNamedPipe, lastError)                           \
-                          X(ConnectNamedPipe, lastError) X(CreatePipeClient, lastError)            \
-                              X(ReadPipe, lastError) X(WritePipe, lastError) X(RegOpenKey, result) \
-                                  X(RegCreateKey, result) X(RegQueryValue, result)                 \
-                                      X(RegSetValue, result) X(RegDeleteValue, result)             \
-                                          X(RegDeleteKey, result) X(GlobalAlloc, lastError)        \
-                                              X(CreateThread, lastError)                           \
-                                                  X(CreateProcess, lastError)
+#define TARN_SYSCALLS(X)                                                                         \
+  X(CreateFile, lastError)                                                                       \
+  X(ReadFile, lastError)                                                                         \
+  X(WriteFile, lastError) X(SetFilePointer, lastError) X(SetEndOfFile, lastError)                \
+      X(CloseHandle, lastError) X(DeleteFile, lastError) X(CopyFile, lastError)                  \
+          X(MoveFile, lastError) X(CreateDirectory, lastError) X(socket, socketError)            \
+              X(bind, socketError) X(listen, socketError) X(accept, socketError)                 \
+                  X(connect, socketError) X(send, socketError) X(recv, socketError)              \
+                      X(CreateNamedPipe, lastError) X(ConnectNamedPipe,                          \
+                                                      lastError) X(CreatePipeClient, lastError)  \
+                          X(ReadPipe, lastError) X(WritePipe, lastError) X(RegOpenKey, result)   \
+                              X(RegCreateKey, result) X(RegQueryValue, result)                   \
+                                  X(RegSetValue, result) X(RegDeleteValue, result)               \
+                                      X(RegDeleteKey, result) X(GlobalAlloc, lastError)          \
+                                          X(CreateThread, lastError) X(CreateProcess, lastError) \
+                                              X(EnumPrinters, lastError) X(CreateDC, lastError)
 
 enum SysCall {
 #define TARN_SYSCALL_ID(name, kind) kCall##name,

@@ -34,6 +34,11 @@ bool set_time_zone(const char *tz);
 int32_t old_open(const std::string &path);
 void old_close(int32_t file);
 
+// A printer the tests may print to: on Windows a PostScript printer on "FILE:" made once in the
+// test prefix (Wine's PostScript driver with a description of our own), elsewhere the built-in
+// "PDF"; "" when none could be made.
+std::string test_printer();
+
 // Points the system's temporary folder (TMP, TMPDIR) at `dir`; "" puts back the process's own.
 void set_temp_folder(const std::string &dir);
 

@@ -37,6 +37,7 @@ int run_oem2ansi(const Args &args);
 int run_winerror(const Args &args);
 int run_date(const Args &args);
 int run_settings(const Args &args);
+int run_printers(const Args &args);
 int run_gaeb2xml(const Args &args);
 int run_xml2gaeb(const Args &args);
 int run_xml(const Args &args);

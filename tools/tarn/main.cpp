@@ -41,6 +41,16 @@ const std::vector<Command> &commands() {
          "INI files. Without it, the type the library settles on at start. \"get\" exits with 1\n"
          "when a registry value is missing (the default, an empty text, is printed).\n",
          run_settings},
+        {"printers", "list the printers and the roles the applications print to",
+         "usage: tarn printers\n"
+         "       tarn printers set ROLE PRINTER\n"
+         "       tarn printers copies on|off\n"
+         "Without arguments, lists the system printers (on Linux the CUPS queues and the built-in\n"
+         "\"PDF\", which writes PDF files into $TARNGDI_PRINT_DIR) and the roles (\"Angebot1\",\n"
+         "\"Rechnung1\", ...) with the printer each prints to. \"set\" maps a role to a printer\n"
+         "(\"\" for the default printer) and drops its stored device settings; \"copies\" says\n"
+         "whether copies after the first go to the role \"Durchschlag\".\n",
+         run_printers},
         {"gaeb2xml", "convert a GAEB 2000 bracket file to XML",
          "usage: tarn gaeb2xml IN OUT [--plain]\n"
          "Reads IN in the GAEB 2000 bracket form (\"#begin[GAEB]\" ... \"#end[GAEB]\"; RTF long\n"

@@ -40,6 +40,7 @@ void set_env(const char *name, const char *value) {
 
 bool library_keeps_settings() { return true; }
 bool system_is_wine() { return false; }
+std::string test_printer() { return "PDF"; }
 std::string program_folder() { return home() + "/program"; }
 std::string join(const std::string &a, const std::string &b) { return a + "/" + b; }
 

@@ -2,13 +2,80 @@
 
 #include <windows.h>
 #include <psapi.h>
+#include <winspool.h>
 
 #include <filesystem>
 
 namespace test_env {
 namespace {
 std::string self;
+
+// A colour PostScript printer with A4 and Letter sheets and a quarter-inch margin.
+const char kPrinterDescription[] =
+    "*PPD-Adobe: \"4.3\"\n*FormatVersion: \"4.3\"\n*FileVersion: \"1.0\"\n*LanguageVersion: English\n"
+    "*LanguageEncoding: ISOLatin1\n*PCFileName: \"TARNTEST.PPD\"\n*Manufacturer: \"Tarn\"\n"
+    "*Product: \"(Tarn Test)\"\n*ModelName: \"Tarn Test PostScript\"\n*ShortNickName: \"Tarn Test PostScript\"\n"
+    "*NickName: \"Tarn Test PostScript\"\n*PSVersion: \"(3010.000) 0\"\n*LanguageLevel: \"3\"\n"
+    "*ColorDevice: True\n*DefaultColorSpace: RGB\n*FileSystem: False\n*Throughput: \"1\"\n"
+    "*LandscapeOrientation: Plus90\n*TTRasterizer: Type42\n*DefaultResolution: 600dpi\n"
+    "*OpenUI *PageSize/Page Size: PickOne\n*OrderDependency: 10 AnySetup *PageSize\n*DefaultPageSize: A4\n"
+    "*PageSize A4/A4: \"<</PageSize[595 842]/ImagingBBox null>>setpagedevice\"\n"
+    "*PageSize Letter/Letter: \"<</PageSize[612 792]/ImagingBBox null>>setpagedevice\"\n*CloseUI: *PageSize\n"
+    "*OpenUI *PageRegion: PickOne\n*OrderDependency: 10 AnySetup *PageRegion\n*DefaultPageRegion: A4\n"
+    "*PageRegion A4/A4: \"<</PageSize[595 842]/ImagingBBox null>>setpagedevice\"\n"
+    "*PageRegion Letter/Letter: \"<</PageSize[612 792]/ImagingBBox null>>setpagedevice\"\n*CloseUI: *PageRegion\n"
+    "*DefaultImageableArea: A4\n*ImageableArea A4/A4: \"18 18 577 824\"\n"
+    "*ImageableArea Letter/Letter: \"18 18 594 774\"\n*DefaultPaperDimension: A4\n"
+    "*PaperDimension A4/A4: \"595 842\"\n*PaperDimension Letter/Letter: \"612 792\"\n"
+    "*DefaultFont: Courier\n*Font Courier: Standard \"(001.000)\" Standard ROM\n";
+
+bool printer_exists(const char *name) {
+    HANDLE h = nullptr;
+    if (!OpenPrinterA(const_cast<char *>(name), &h, nullptr)) return false;
+    ClosePrinter(h);
+    return true;
+}
+
 }  // namespace
+
+// The driver's description must lie in the driver folder's version-3 subfolder, where the
+// PostScript driver looks for it; the driver itself is the system's own.
+std::string test_printer() {
+    static const char kName[] = "Tarn PS";
+    if (printer_exists(kName)) return kName;
+    DWORD needed = 0;
+    char folder[MAX_PATH] = "";
+    if (!GetPrinterDriverDirectoryA(nullptr, nullptr, 1, reinterpret_cast<BYTE *>(folder), sizeof folder, &needed))
+        return "";
+    const std::string dir = std::string(folder) + "\\3";
+    CreateDirectoryA(dir.c_str(), nullptr);
+    const std::string ppd = dir + "\\tarntest.ppd";
+    HANDLE f = CreateFileA(ppd.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    if (f == INVALID_HANDLE_VALUE) return "";
+    DWORD written = 0;
+    WriteFile(f, kPrinterDescription, DWORD(sizeof kPrinterDescription - 1), &written, nullptr);
+    CloseHandle(f);
+    DRIVER_INFO_3A driver = {};
+    driver.cVersion = 3;
+    driver.pName = const_cast<char *>("Tarn Test Driver");
+    driver.pDriverPath = const_cast<char *>("wineps.drv");
+    driver.pDataFile = const_cast<char *>(ppd.c_str());
+    driver.pConfigFile = const_cast<char *>("wineps.drv");
+    if (!AddPrinterDriverExA(nullptr, 3, reinterpret_cast<BYTE *>(&driver), APD_COPY_NEW_FILES)) return "";
+    PRINTER_INFO_2A printer = {};
+    printer.pPrinterName = const_cast<char *>(kName);
+    printer.pPortName = const_cast<char *>("FILE:");
+    printer.pDriverName = driver.pName;
+    printer.pPrintProcessor = const_cast<char *>("WinPrint");
+    printer.pDatatype = const_cast<char *>("RAW");
+    HANDLE added = AddPrinterA(nullptr, 2, reinterpret_cast<BYTE *>(&printer));
+    if (added) ClosePrinter(added);
+    if (!printer_exists(kName)) return "";
+    // A system with a printer has a default printer.
+    DWORD size = 0;
+    if (!GetDefaultPrinterA(nullptr, &size) && GetLastError() != ERROR_INSUFFICIENT_BUFFER) SetDefaultPrinterA(kName);
+    return kName;
+}
 
 bool library_keeps_settings() { return false; }
 bool system_is_wine() {

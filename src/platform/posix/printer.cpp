@@ -1,0 +1,154 @@
+// Printers on Linux: the CUPS destinations (when a CUPS server answers) followed by the built-in
+// "PDF". A device context is one of the library's print devices: the printer it belongs to,
+// 600 dots per inch and the sheet its device settings ask for (A4 portrait without any).
+#include "platform/printer.h"
+
+#include <cups/cups.h>
+
+#include <cmath>
+#include <cstring>
+#include <mutex>
+#include <set>
+
+#include "platform/posix/print_device.h"
+#include "platform/syscall.h"
+
+namespace plat {
+namespace {
+
+constexpr const char *kPdfPrinter = "PDF";
+constexpr uint32_t kPaperLength = 0x4, kPaperWidth = 0x8;  // DM_PAPERLENGTH, DM_PAPERWIDTH
+
+struct Devices {
+    std::mutex lock;
+    std::set<PrintDevice *> live;
+};
+// Never destroyed: contexts may be closed by the library's destructor after static objects.
+Devices &devices() {
+    static Devices *d = new Devices;
+    return *d;
+}
+
+struct Paper {
+    int16_t number;
+    double widthMm, heightMm;
+};
+// The sheets of the Windows paper numbers a stored device mode may name.
+const Paper kPapers[] = {
+    {1, 215.9, 279.4},   // Letter
+    {5, 215.9, 355.6},   // Legal
+    {8, 297.0, 420.0},   // A3
+    {9, 210.0, 297.0},   // A4
+    {11, 148.0, 210.0},  // A5
+    {13, 182.0, 257.0},  // B5 (JIS)
+    {20, 104.8, 241.3},  // envelope #10
+    {27, 110.0, 220.0},  // envelope DL
+    {28, 162.0, 229.0},  // envelope C5
+};
+
+// The destination's name as Windows programs see a printer: "queue" or "queue/instance".
+std::string dest_name(const cups_dest_t &d) {
+    return d.instance ? std::string(d.name) + "/" + d.instance : std::string(d.name);
+}
+
+int dots(double mm) { return int(std::lround(mm / 25.4 * kPrintDpi)); }
+
+// The sheet of `mode` in dots: its paper number, or its own length and width (tenths of a
+// millimetre), turned for landscape.
+void sheet_of(const DEVMODEA *mode, int *width, int *height) {
+    double w = 210.0, h = 297.0;
+    if (mode && (mode->dmFields & DM_PAPERSIZE)) {
+        for (const Paper &p : kPapers)
+            if (p.number == mode->dmPaperSize) w = p.widthMm, h = p.heightMm;
+    }
+    if (mode && (mode->dmFields & kPaperWidth) && mode->dmPaperWidth > 0)
+        w = mode->dmPaperWidth / 10.0;
+    if (mode && (mode->dmFields & kPaperLength) && mode->dmPaperLength > 0)
+        h = mode->dmPaperLength / 10.0;
+    if (mode && (mode->dmFields & DM_ORIENTATION) && mode->dmOrientation == DMORIENT_LANDSCAPE)
+        std::swap(w, h);
+    *width = dots(w);
+    *height = dots(h);
+}
+
+}  // namespace
+
+// A CUPS queue that calls itself "PDF" is not listed: the name is the built-in printer's.
+bool list_printers(std::vector<PrinterInfo> *out) {
+    out->clear();
+    if (fail_now(kCallEnumPrinters)) return false;
+    cups_dest_t *dests = nullptr;
+    const int n = cupsGetDests2(CUPS_HTTP_DEFAULT, &dests);
+    for (int i = 0; i < n; ++i) {
+        const std::string name = dest_name(dests[i]);
+        if (name != kPdfPrinter) out->push_back({name, "CUPS", dests[i].name});
+    }
+    cupsFreeDests(n, dests);
+    out->push_back({kPdfPrinter, kPdfPrinter, "FILE:"});
+    return true;
+}
+
+std::string default_printer() {
+    cups_dest_t *dests = nullptr;
+    const int n = cupsGetDests2(CUPS_HTTP_DEFAULT, &dests);
+    std::string name = kPdfPrinter;
+    for (int i = 0; i < n; ++i)
+        if (dests[i].is_default) name = dest_name(dests[i]);
+    cupsFreeDests(n, dests);
+    return name;
+}
+
+HDC create_printer_dc(const char *, const char *name, const char *, const DEVMODEA *mode,
+                      bool infoOnly) {
+    if (fail_now(kCallCreateDC)) return nullptr;
+    const std::string printer = name ? name : "";
+    std::vector<PrinterInfo> list;
+    bool known = false;
+    if (list_printers(&list))
+        for (const PrinterInfo &p : list) known = known || p.name == printer;
+    if (!known) return nullptr;
+    auto *device = new PrintDevice;
+    device->printer = printer;
+    device->toFile = printer == kPdfPrinter;
+    device->infoOnly = infoOnly;
+    if (mode && mode->dmSize != 0) {
+        device->hasMode = true;
+        std::memcpy(&device->mode, mode, sizeof device->mode);
+    }
+    sheet_of(device->hasMode ? &device->mode : nullptr, &device->width, &device->height);
+    std::lock_guard<std::mutex> hold(devices().lock);
+    devices().live.insert(device);
+    return reinterpret_cast<HDC>(device);
+}
+
+PrintDevice *print_device(HDC dc) {
+    auto *device = reinterpret_cast<PrintDevice *>(dc);
+    std::lock_guard<std::mutex> hold(devices().lock);
+    return devices().live.count(device) ? device : nullptr;
+}
+
+bool delete_dc(HDC dc) {
+    auto *device = reinterpret_cast<PrintDevice *>(dc);
+    {
+        std::lock_guard<std::mutex> hold(devices().lock);
+        if (!devices().live.erase(device)) return false;
+    }
+    delete device;
+    return true;
+}
+
+int device_caps(HDC dc, DeviceCap cap) {
+    const PrintDevice *d = print_device(dc);
+    if (!d) return 0;
+    switch (cap) {
+    case kCapDpiX:
+    case kCapDpiY: return kPrintDpi;
+    case kCapWidth:
+    case kCapPhysicalWidth: return d->width;
+    case kCapHeight:
+    case kCapPhysicalHeight: return d->height;
+    default: return 0;  // a PDF page has no margin the device cannot print on
+    }
+}
+
+}  // namespace plat

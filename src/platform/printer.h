@@ -1,0 +1,42 @@
+// The system's printers and their device contexts. Windows has GDI and the print spooler; on
+// Linux the printers are the CUPS destinations followed by the built-in "PDF", and a device
+// context is the library's own drawing device (600 dots per inch) that writes a PDF file.
+#pragma once
+#include <string>
+#include <vector>
+
+#include "tarn_types.h"
+
+namespace plat {
+
+struct PrinterInfo {
+    std::string name, driver, port;
+};
+
+// Local and connected printers in the system's order; false when they cannot be listed.
+bool list_printers(std::vector<PrinterInfo> *out);
+// The default printer's name; "" when there is none.
+std::string default_printer();
+
+// A device context (an information context when `infoOnly`) for printer `name` with `driver`
+// and `port` (either may be null) and device settings `mode` (null: the printer's own); null
+// when the printer cannot be opened.
+HDC create_printer_dc(const char *driver, const char *name, const char *port, const DEVMODEA *mode,
+                      bool infoOnly);
+// Closes it; false for null or a context not made here.
+bool delete_dc(HDC dc);
+
+enum DeviceCap {
+    kCapDpiX,   // dots per inch, across
+    kCapDpiY,   // and down
+    kCapWidth,  // printable area in dots
+    kCapHeight,
+    kCapPhysicalWidth,  // the whole sheet in dots
+    kCapPhysicalHeight,
+    kCapOffsetX,  // the printable area's distance from the sheet's edge, in dots
+    kCapOffsetY,
+};
+// One property of the device; 0 for a null or unknown context.
+int device_caps(HDC dc, DeviceCap cap);
+
+}  // namespace plat
