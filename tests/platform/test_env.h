@@ -39,6 +39,12 @@ void old_close(int32_t file);
 // "PDF"; "" when none could be made.
 std::string test_printer();
 
+// What a shell command prints on standard output; "" where there is no shell to run it.
+std::string command_output(const std::string &command);
+// Sets an environment variable of this process; nullptr puts back what the process had before
+// its first change (on Windows: removes it).
+void set_env(const char *name, const char *value);
+
 // Points the system's temporary folder (TMP, TMPDIR) at `dir`; "" puts back the process's own.
 void set_temp_folder(const std::string &dir);
 

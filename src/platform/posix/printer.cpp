@@ -116,6 +116,10 @@ HDC create_printer_dc(const char *, const char *name, const char *, const DEVMOD
         std::memcpy(&device->mode, mode, sizeof device->mode);
     }
     sheet_of(device->hasMode ? &device->mode : nullptr, &device->width, &device->height);
+    return register_device(device);
+}
+
+HDC register_device(PrintDevice *device) {
     std::lock_guard<std::mutex> hold(devices().lock);
     devices().live.insert(device);
     return reinterpret_cast<HDC>(device);
@@ -142,7 +146,7 @@ int device_caps(HDC dc, DeviceCap cap) {
     if (!d) return 0;
     switch (cap) {
     case kCapDpiX:
-    case kCapDpiY: return kPrintDpi;
+    case kCapDpiY: return d->dpi;
     case kCapWidth:
     case kCapPhysicalWidth: return d->width;
     case kCapHeight:

@@ -45,7 +45,14 @@ HDC create_printer_dc(const char *driver, const char *name, const char *port, co
     return infoOnly ? CreateICA(driver, name, port, mode) : CreateDCA(driver, name, port, mode);
 }
 
-bool delete_dc(HDC dc) { return dc && DeleteDC(dc); }
+// Defined with the memory devices (draw.cpp): gives a memory device's bitmap back.
+bool release_memory_dc(HDC dc);
+
+bool delete_dc(HDC dc) {
+    if (!dc) return false;
+    release_memory_dc(dc);
+    return DeleteDC(dc) != FALSE;
+}
 
 int device_caps(HDC dc, DeviceCap cap) {
     if (!dc) return 0;

@@ -9,6 +9,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -27,7 +28,10 @@ std::string home() {
     const char *h = std::getenv("TARNGDI_HOME");
     return h && *h ? h : "/tmp/tarngdi32-test-home";
 }
-// Sets the variable, or with nullptr puts back what the process had before its first change.
+}  // namespace
+
+bool library_keeps_settings() { return true; }
+bool system_is_wine() { return false; }
 void set_env(const char *name, const char *value) {
     static std::map<std::string, std::optional<std::string>> first;
     if (!first.count(name))
@@ -36,11 +40,18 @@ void set_env(const char *name, const char *value) {
     if (use) setenv(name, use->c_str(), 1);
     else unsetenv(name);
 }
-}  // namespace
 
-bool library_keeps_settings() { return true; }
-bool system_is_wine() { return false; }
 std::string test_printer() { return "PDF"; }
+
+std::string command_output(const std::string &command) {
+    std::string out;
+    if (FILE *p = popen(command.c_str(), "r")) {
+        char buf[4096];
+        for (size_t n; (n = fread(buf, 1, sizeof buf, p)) > 0;) out.append(buf, n);
+        pclose(p);
+    }
+    return out;
+}
 std::string program_folder() { return home() + "/program"; }
 std::string join(const std::string &a, const std::string &b) { return a + "/" + b; }
 

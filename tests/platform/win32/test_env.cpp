@@ -78,6 +78,10 @@ std::string test_printer() {
 }
 
 bool library_keeps_settings() { return false; }
+std::string command_output(const std::string &) { return ""; }
+
+void set_env(const char *name, const char *value) { SetEnvironmentVariableA(name, value); }
+
 bool system_is_wine() {
     const HMODULE ntdll = GetModuleHandleA("ntdll.dll");
     return ntdll && GetProcAddress(ntdll, "wine_get_version");
