@@ -7,7 +7,7 @@ JOBS  ?= $(shell nproc 2>/dev/null || echo 2)
 PRESETS := native asan win64 win32
 
 # Debian packages the build and the tests need.
-PACKAGES := cmake make g++ googletest libgtest-dev mingw-w64 wine64 binutils-mingw-w64-i686 python3 locales-all libsqlite3-dev libbenchmark-dev libmuparser-dev liblz4-dev zlib1g-dev libpugixml-dev libcups2-dev libcairo2-dev libpango1.0-dev libgdk-pixbuf-2.0-dev pkg-config fonts-liberation2 poppler-utils
+PACKAGES := cmake make g++ googletest libgtest-dev mingw-w64 wine64 binutils-mingw-w64-i686 python3 locales-all libsqlite3-dev libbenchmark-dev libmuparser-dev liblz4-dev zlib1g-dev libpugixml-dev libcups2-dev libcairo2-dev libpango1.0-dev libgdk-pixbuf-2.0-dev pkg-config fonts-liberation2 poppler-utils cups-daemon cups-client
 # Only for make fuzz: clang and its libFuzzer runtime.
 FUZZ_PACKAGES := clang libclang-rt-14-dev
 FUZZ_SECONDS ?= 60

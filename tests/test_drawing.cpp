@@ -2,7 +2,9 @@
 // on the test printer (a PDF file on Linux, a PostScript file from Wine's driver).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "harness.h"
 #include "platform/draw.h"
@@ -153,4 +155,49 @@ TEST(Drawing, ThePdfPrinterNamesItsFiles) {
     EXPECT_FALSE(plat::start_document(info, "nothing", nullptr));
     plat::delete_dc(info);
     test_env::set_env("TARNGDI_PRINT_DIR", nullptr);
+}
+
+// A CUPS queue is listed before "PDF"; a document printed through a role mapped to it becomes one
+// job, which the server's backend keeps, with the role's stored device settings as job options.
+TEST(Drawing, ACupsQueueGetsOneJobWithTheRolesSettings) {
+    std::string job;
+    const std::string queue = test_env::cups_queue(&job);
+    if (queue.empty()) GTEST_SKIP() << "no CUPS server can be started here";
+    std::vector<char> list(4096, '\0');
+    koGetPrinterNameList(list.data(), int32_t(list.size()));
+    std::vector<std::string> names;
+    for (const char *p = list.data(); *p; p += names.back().size() + 1) names.emplace_back(p);
+    ASSERT_GE(names.size(), 2u);
+    EXPECT_NE(std::find(names.begin(), names.end(), queue), names.end());
+    EXPECT_EQ(names.back(), "PDF");
+
+    ASSERT_NE(koSetPrinterNameForLogName("Angebot2", queue.c_str()), 0);
+    DEVMODEA mode = {};
+    mode.dmSize = sizeof mode;
+    mode.dmFields = DM_COPIES | DM_DUPLEX | DM_PAPERSIZE | DM_ORIENTATION;
+    mode.dmCopies = 2;
+    mode.dmDuplex = DMDUP_VERTICAL;
+    mode.dmPaperSize = DMPAPER_A4;
+    mode.dmOrientation = DMORIENT_LANDSCAPE;
+    ASSERT_NE(koPrinterSaveDevmodeData("Angebot2", &mode), 0);
+    HDC dc = koGetPrinterDCByLogName("Angebot2", 0);
+    ASSERT_NE(dc, nullptr);
+    ASSERT_TRUE(plat::start_document(dc, "Angebot 7", nullptr));
+    plat::FontSpec font;
+    for (int page = 1; page <= 3; ++page) {
+        plat::start_page(dc);
+        plat::draw_text(dc, 600, 600, 4000, 800, ("Seite " + std::to_string(page)).c_str(), font, kBlack,
+                        plat::kAlignLeft);
+        plat::end_page(dc);
+    }
+    EXPECT_TRUE(plat::end_document(dc)) << "the job was accepted";
+    plat::delete_dc(dc);
+    for (int i = 0; i < 400 && !harness::file_exists(job); ++i) test_env::sleep_ms(50);
+    const std::string options = harness::read_file(job + ".options");
+    const std::string info = test_env::command_output("pdfinfo '" + job + "' 2>&1");
+    const size_t pages = info.find("Pages:");
+    ASSERT_NE(pages, std::string::npos) << info;
+    EXPECT_EQ(std::stoi(info.substr(pages + 6)), 3);
+    for (const char *option : {"copies=2 ", "sides=two-sided-long-edge", "media=A4", "orientation-requested=4"})
+        EXPECT_NE(options.find(option), std::string::npos) << option << " in " << options;
 }

@@ -39,6 +39,11 @@ void old_close(int32_t file);
 // "PDF"; "" when none could be made.
 std::string test_printer();
 
+// A CUPS queue of a private CUPS server started for this process (CUPS_SERVER then names it);
+// each job it prints lands in *jobFile, its options in *jobFile + ".options". "" where no CUPS
+// server can be started (and on Windows).
+std::string cups_queue(std::string *jobFile);
+
 // What a shell command prints on standard output; "" where there is no shell to run it.
 std::string command_output(const std::string &command);
 // Sets an environment variable of this process; nullptr puts back what the process had before

@@ -79,6 +79,7 @@ std::string test_printer() {
 
 bool library_keeps_settings() { return false; }
 std::string command_output(const std::string &) { return ""; }
+std::string cups_queue(std::string *jobFile) { return jobFile->clear(), ""; }
 
 void set_env(const char *name, const char *value) { SetEnvironmentVariableA(name, value); }
 
