@@ -198,6 +198,7 @@ TEST(Drawing, ACupsQueueGetsOneJobWithTheRolesSettings) {
     const size_t pages = info.find("Pages:");
     ASSERT_NE(pages, std::string::npos) << info;
     EXPECT_EQ(std::stoi(info.substr(pages + 6)), 3);
+    EXPECT_NE(info.find("841.92 x 595.32"), std::string::npos) << "A4 landscape: " << info;
     for (const char *option : {"copies=2 ", "sides=two-sided-long-edge", "media=A4", "orientation-requested=4"})
         EXPECT_NE(options.find(option), std::string::npos) << option << " in " << options;
 }

@@ -39,9 +39,30 @@ std::string default_printer() {
     return name;
 }
 
+// Stored settings go through the printer's driver first, which fills in what it keeps of its own
+// and drops what it no longer understands; a printer that cannot be asked takes them as they are.
+std::vector<BYTE> merged_mode(const char *name, const DEVMODEA *mode) {
+    std::vector<BYTE> out;
+    HANDLE printer = nullptr;
+    if (!mode || !name || !OpenPrinterA(const_cast<char *>(name), &printer, nullptr)) return out;
+    const LONG size =
+        DocumentPropertiesA(nullptr, printer, const_cast<char *>(name), nullptr, nullptr, 0);
+    if (size > 0) {
+        out.resize(size_t(size));
+        if (DocumentPropertiesA(nullptr, printer, const_cast<char *>(name),
+                                reinterpret_cast<DEVMODEA *>(out.data()),
+                                const_cast<DEVMODEA *>(mode), DM_IN_BUFFER | DM_OUT_BUFFER) != IDOK)
+            out.clear();
+    }
+    ClosePrinter(printer);
+    return out;
+}
+
 HDC create_printer_dc(const char *driver, const char *name, const char *port, const DEVMODEA *mode,
                       bool infoOnly) {
     if (fail_now(kCallCreateDC)) return nullptr;
+    const std::vector<BYTE> merged = merged_mode(name, mode);
+    if (!merged.empty()) mode = reinterpret_cast<const DEVMODEA *>(merged.data());
     return infoOnly ? CreateICA(driver, name, port, mode) : CreateDCA(driver, name, port, mode);
 }
 
