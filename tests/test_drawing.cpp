@@ -162,7 +162,7 @@ TEST(Drawing, ThePdfPrinterNamesItsFiles) {
 TEST(Drawing, ACupsQueueGetsOneJobWithTheRolesSettings) {
     std::string job;
     const std::string queue = test_env::cups_queue(&job);
-    if (queue.empty()) GTEST_SKIP() << "no CUPS server can be started here";
+    if (queue.empty()) GTEST_SKIP() << "no private CUPS server: not on Linux, or cupsd cannot start";
     std::vector<char> list(4096, '\0');
     koGetPrinterNameList(list.data(), int32_t(list.size()));
     std::vector<std::string> names;
