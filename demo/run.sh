@@ -76,3 +76,8 @@ sed 's/\r$//' "$out/angebot-bad.xml" | sed -n '5,9p' | cut -c1-160
 step "$tarn" xml2gaeb "$out/angebot-bad.xml" "$out/angebot-bad-zurueck.p83"
 echo "== Back in the bracket form, indented one blank per level:"
 show "$out/angebot-bad-zurueck.p83" CP1252 | sed -n '20,28p'
+
+echo
+echo "== Printers: the system's printers (on Linux the CUPS queues, then the built-in \"PDF\", which"
+echo "   writes PDF files) and the roles (\"Angebot1\", \"Rechnung1\", ...) the applications print to:"
+step "$tarn" printers
