@@ -3,6 +3,7 @@
 #include "frame/frame_state.h"
 #include "platform/gdi.h"
 #include "platform/profile.h"
+#include "settings/profile_colors.h"
 
 #include <cstdio>
 
@@ -44,11 +45,6 @@ constexpr COLORREF rgb(uint32_t r, uint32_t g, uint32_t b) {
     return (r & 0xFF) | ((g & 0xFF) << 8) | ((b & 0xFF) << 16);
 }
 
-void format_color(COLORREF c, char *out, size_t size) {
-    std::snprintf(out, size, "R=%d;G=%d;B=%d;", int(c & 0xFF), int((c >> 8) & 0xFF),
-                  int((c >> 16) & 0xFF));
-}
-
 void apply_light_scheme(ColorEntry *t) {
     t[0].colour = t[5].colour = t[7].colour = 0xE8FBFF;
     t[2].colour = 0x404040;
@@ -58,7 +54,7 @@ void apply_light_scheme(ColorEntry *t) {
 void read_profile_colors(ColorEntry *t) {
     for (int i = 0; i < kColorCount; ++i) {
         char def[48], text[128];
-        format_color(t[i].colour, def, sizeof def);
+        tarn::settings::color_text(t[i].colour, def, sizeof def);
         plat::winini_get_string("tarnGDI", t[i].key, def, text, sizeof text);
         // Only the low byte of each component counts: R=300 is 44.
         t[i].colour =
@@ -86,7 +82,7 @@ void setup_colors(bool useProfile) {
     }
     for (int i = 0; i < kColorCount; ++i) {
         char text[48];
-        format_color(t[i].colour, text, sizeof text);
+        tarn::settings::color_text(t[i].colour, text, sizeof text);
         plat::winini_write_string("tarnGDI", t[i].key, text);
     }
     for (int i = 0; i < kColorCount; ++i) t[i].brush = plat::create_solid_brush(t[i].colour);

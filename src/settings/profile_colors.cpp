@@ -3,15 +3,14 @@
 
 #include "export.h"
 #include "platform/profile.h"
+#include "settings/profile_colors.h"
 
-namespace {
-
-void color_text(COLORREF c, char *out, size_t size) {
+void tarn::settings::color_text(COLORREF c, char *out, size_t size) {
     std::snprintf(out, size, "R=%d;G=%d;B=%d;", int(c & 0xFF), int((c >> 8) & 0xFF),
                   int((c >> 16) & 0xFF));
 }
 
-}  // namespace
+using tarn::settings::color_text;
 
 TARN_API COLORREF TARN_CALL GetPrivateProfileRGB(const char *section, const char *key, COLORREF def,
                                                  const char *iniFile) {
