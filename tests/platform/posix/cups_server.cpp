@@ -3,7 +3,7 @@
 // document beside it, whole. It runs as long as the test process and ends with it.
 #include <cups/cups.h>
 #include <signal.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -16,8 +16,6 @@
 #include <fstream>
 
 #include "test_env.h"
-
-extern char **environ;
 
 namespace test_env {
 namespace {
@@ -87,7 +85,14 @@ std::string start_cupsd(const std::string &dir) {
                                 const_cast<char *>("-s"),
                                 const_cast<char *>(files.c_str()),
                                 nullptr};
-    if (posix_spawn(&cupsdPid, kCupsd, nullptr, nullptr, argv.data(), environ) != 0) return "";
+    // The server ends with the test process, also when that one is killed.
+    cupsdPid = fork();
+    if (cupsdPid == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        execv(kCupsd, argv.data());
+        _exit(127);
+    }
+    if (cupsdPid < 0) return "";
     std::atexit(stop_cupsd);
     for (int i = 0; i < 200; ++i, usleep(50000))
         if (accepts(sock)) return sock;
