@@ -160,12 +160,8 @@ TEST(Compression, ExpandHeadersAndHandMadeStreams) {
     for (const auto &c : cases) {
         const Stream s = run(koExRleExpand, c.stream);
         EXPECT_EQ(s.result, c.result) << c.stream.size();
-        if (c.reads) {
-            EXPECT_EQ(s.reads, c.reads) << c.stream.size();
-        }
-        if (!c.out.empty()) {
-            EXPECT_EQ(s.out, c.out) << c.stream.size();
-        }
+        if (c.reads) EXPECT_EQ(s.reads, c.reads) << c.stream.size();
+        if (!c.out.empty()) EXPECT_EQ(s.out, c.out) << c.stream.size();
     }
 }
 

@@ -81,9 +81,7 @@ TEST_F(FileCopy, FlagsAnswersAndErrorsDecide) {
         EXPECT_EQ(flags, c.flagsAfter) << c.name;
         EXPECT_EQ(shown(user), c.boxes) << c.name;
         EXPECT_EQ(fs::exists(c.to), c.after != nullptr) << c.name;
-        if (c.after) {
-            EXPECT_EQ(harness::read_file(c.to), c.after) << c.name;
-        }
+        if (c.after) EXPECT_EQ(harness::read_file(c.to), c.after) << c.name;
     }
 
     harness::FakeUi user;

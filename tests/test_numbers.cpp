@@ -138,9 +138,7 @@ TEST(CharFields, TextAndNumbersInFixedWidthFields) {
     EXPECT_EQ(field.field(), "     ");
     const uint32_t oem = koSetOEMCP(858);
     CharUFromString("\x84z\x81xyz", field.bytes, 5);
-    if (koGetOEMCP() == 858) {
-        EXPECT_EQ(field.field(), "\x8EZ\x9AXY");
-    }
+    if (koGetOEMCP() == 858) EXPECT_EQ(field.field(), "\x8EZ\x9AXY");
     koSetOEMCP(oem);
     EXPECT_TRUE(field.intact());
     char copy[4] = "xyz";

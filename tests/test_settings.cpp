@@ -80,9 +80,7 @@ TEST(ProfileSettings, ValuesRoundTripInEveryStoreAndTypesFollowTheSystem) {
         koWritePrivateString(nullptr, nullptr, nullptr, file);
     }
     const int32_t current = koSetProfileType(-2);
-    if (Is_Longhorn()) {
-        EXPECT_EQ(koSetProfileType(0), current);
-    }
+    if (Is_Longhorn()) EXPECT_EQ(koSetProfileType(0), current);
     EXPECT_EQ(koSetProfileType(4), current);
     EXPECT_EQ(koSetProfileType(3), current);
     EXPECT_EQ(koSetProfileType(-1), 3);

@@ -82,9 +82,7 @@ TEST(CachedFile, ReferencesAndInterfaces) {
         IXFileCached *f = CreateIXFileCached();
         void *out = &out;
         EXPECT_EQ(f->lpVtbl->QueryInterface(f, c.iid, c.out ? &out : nullptr), c.hr);
-        if (c.out) {
-            EXPECT_EQ(out, c.hr == 0 ? static_cast<void *>(f) : nullptr);
-        }
+        if (c.out) EXPECT_EQ(out, c.hr == 0 ? static_cast<void *>(f) : nullptr);
         EXPECT_EQ(f->lpVtbl->Release(f), 1);
         EXPECT_EQ(live_blocks(), before + (c.hr == 0 ? 1 : 0)) << "the answer holds its own reference";
         if (c.hr == 0) f->lpVtbl->Release(f);
@@ -131,9 +129,7 @@ TEST(CachedFile, PositionsAndCountsAtTheirLimits) {
     // A null byte pointer gets and puts nothing, with the cursor in a block (odd) or after a seek.
     for (const int32_t at : {1, 2, 10, 11}) {
         ASSERT_EQ(f.seek(at & ~1), 1);
-        if (at & 1) {
-            ASSERT_EQ(f.get(&b), 1);
-        }
+        if (at & 1) ASSERT_EQ(f.get(&b), 1);
         EXPECT_EQ(f->GetByte(f.o, nullptr) + f->PutByte(f.o, nullptr), 0) << at;
         EXPECT_EQ(f.pos(), uint32_t(at)) << at;
     }
@@ -166,17 +162,13 @@ TEST(CachedFile, RoundTripAcrossManyBlocksWithRandomSeeks) {
     for (int step = 0; step < 1500; ++step) {
         SCOPED_TRACE(step);
         uint32_t at = f.pos();  // every other step goes on where the last one stopped
-        if (below(2)) {
-            ASSERT_EQ(f.seek(int32_t(at = below(uint32_t(model.size()) + 1))), 1);
-        }
+        if (below(2)) ASSERT_EQ(f.seek(int32_t(at = below(uint32_t(model.size()) + 1))), 1);
         const uint32_t op = below(10), n = 1 + below(3 * kBlock);
         std::vector<unsigned char> run(n);
         if (op < 4 && model.size() < 30 * kBlock) {  // put a run, byte by byte or at once
             for (auto &b : run) b = static_cast<unsigned char>(rng());
             for (size_t i = 0; op < 2 && i < n; ++i) ASSERT_EQ(f.put(run[i]), 1);
-            if (op >= 2) {
-                ASSERT_EQ(f->Write(f.o, run.data(), int32_t(n)), 1);
-            }
+            if (op >= 2) ASSERT_EQ(f->Write(f.o, run.data(), int32_t(n)), 1);
             if (at + n > model.size()) model.resize(at + n);
             std::copy(run.begin(), run.end(), model.begin() + at);
         } else if (op < 8) {  // get a run, byte by byte or at once
@@ -237,9 +229,7 @@ TEST(CachedFile, FailedBlockTransferFailsTheByteAndCanBeRetried) {
         Cached f;
         if (c.onDisk) harness::write_file(path, data);
         ASSERT_EQ(c.onDisk ? f->Open(f.o, path.c_str(), 0) : f->Create(f.o, path.c_str()), 1);
-        if (!c.onDisk) {
-            ASSERT_EQ(f.write(data), 1);
-        }
+        if (!c.onDisk) ASSERT_EQ(f.write(data), 1);
         ASSERT_EQ(f.seek(c.at), 1);
         const std::string before = harness::read_file(path);
         unsigned char b = 0;
@@ -303,9 +293,7 @@ TEST(CachedFile, ReadLineDropsCrAndOnlyCrCountsAgainstTheSize) {
         char buf[64];
         EXPECT_EQ(lines_of(buf, [&](char *b) { return f->ReadLine(f.o, b, c.size); }), c.lines);
         EXPECT_EQ(buf[0], '\0') << "the failing call leaves an empty text";
-        if (c.size < 2) {
-            EXPECT_TRUE(buf[1] == 'x' && f.pos() == 0) << "only the zero byte is stored, in place";
-        }
+        if (c.size < 2) EXPECT_TRUE(buf[1] == 'x' && f.pos() == 0) << "only the zero byte is stored, in place";
     }
 }
 
