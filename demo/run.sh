@@ -79,5 +79,9 @@ show "$out/angebot-bad-zurueck.p83" CP1252 | sed -n '20,28p'
 
 echo
 echo "== Printers: the system's printers (on Linux the CUPS queues, then the built-in \"PDF\", which"
-echo "   writes PDF files) and the roles (\"Angebot1\", \"Rechnung1\", ...) the applications print to:"
+echo "   writes PDF files) and the roles (\"Angebot1\", \"Rechnung1\", ...) the applications print to,"
+echo "   kept in a settings home of the demo's own:"
+export TARNGDI_HOME="$out/home"
+step "$tarn" printers set Angebot1 PDF
+step "$tarn" printers settings Angebot1 paper=A4 orientation=portrait copies=2
 step "$tarn" printers

@@ -116,11 +116,14 @@
    } DEVMODEA;
 #  define DM_ORIENTATION 0x00000001u
 #  define DM_PAPERSIZE   0x00000002u
+#  define DM_PAPERLENGTH 0x00000004u
+#  define DM_PAPERWIDTH  0x00000008u
 #  define DM_COPIES      0x00000100u
 #  define DM_DUPLEX      0x00001000u
 #  define DMORIENT_PORTRAIT  1
 #  define DMORIENT_LANDSCAPE 2
 #  define DMPAPER_LETTER 1
+#  define DMPAPER_LEGAL  5
 #  define DMPAPER_A3     8
 #  define DMPAPER_A4     9
 #  define DMPAPER_A5     11

@@ -915,7 +915,10 @@ TARN_API void TARN_CALL koGetPrinterNameList(char *buffer, int32_t size);
 TARN_API int32_t TARN_CALL koGetPixelHorz(HDC dc, double centimetres);
 TARN_API int32_t TARN_CALL koGetPixelVert(HDC dc, double centimetres);
 /* The dialog "DlgLogPrinters" mapping roles to printers (the eight default roles are created when
-   none exist); 1 closed with OK, 0 cancelled or not shown. */
+   none exist); its button "Einstellungen..." edits the selected role's device settings (the
+   driver's own dialog on Windows without a UI provider, else "DlgDeviceSettings": paper,
+   orientation, copies, two-sided) and stores what the user accepts. 1 closed with OK, 0
+   cancelled or not shown. */
 TARN_API int32_t TARN_CALL koPrinterSetupDlg(HWND parent);
 
 /* The font-map table of the drawing layer, in the private profile "PRT": entries by index from

@@ -2,6 +2,7 @@
 // Linux the printers are the CUPS destinations followed by the built-in "PDF", and a device
 // context is the library's own drawing device (600 dots per inch) that writes a PDF file.
 #pragma once
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -19,10 +20,15 @@ bool list_printers(std::vector<PrinterInfo> *out);
 std::string default_printer();
 
 // A device context (an information context when `infoOnly`) for printer `name` with `driver`
-// and `port` (either may be null) and device settings `mode` (null: the printer's own); null
-// when the printer cannot be opened.
+// and `port` (null for a printer that is not listed, which only Windows may still open) and
+// device settings `mode` (null: the printer's own); null when the printer cannot be opened.
 HDC create_printer_dc(const char *driver, const char *name, const char *port, const DEVMODEA *mode,
                       bool infoOnly);
+// The printer driver's own dialog for the device settings of printer `name`, starting from `mode`
+// (null: the printer's defaults): 1 with the settings the user chose in *out, 0 when the user
+// cancelled, -1 when the system has no such dialog or the printer cannot be asked.
+int edit_device_settings(HWND parent, const char *name, const DEVMODEA *mode,
+                         std::vector<uint8_t> *out);
 // Closes it; false for null or a context not made here.
 bool delete_dc(HDC dc);
 

@@ -30,12 +30,12 @@ std::string cut_name(const std::string &name) {
     return name.substr(0, size_t(tarn::print::kNameChars));
 }
 
-// Opens printer `name` ("" the default) with the system's driver and port for it, when it is
-// listed, and device settings `mode`.
-HDC open_printer(const std::string &name, const DEVMODEA *mode, bool infoOnly) {
+// Opens printer `name` ("" the default) with the system's driver and port for it, when `list`
+// has it, and device settings `mode`.
+HDC open_printer(const std::string &name, const DEVMODEA *mode, bool infoOnly,
+                 const std::vector<plat::PrinterInfo> &list = printers()) {
     const std::string printer = name.empty() ? cut_name(plat::default_printer()) : name;
     const plat::PrinterInfo *found = nullptr;
-    const std::vector<plat::PrinterInfo> list = printers();
     for (const plat::PrinterInfo &p : list)
         if (p.name == printer) {
             found = &p;
@@ -101,11 +101,12 @@ TARN_API HDC TARN_CALL koGetPrinterDCByLogName(const char *logName, BOOL infoOnl
         return dc;
     }
     // "Standard" is the default printer, whatever a system printer may be called.
+    const std::vector<plat::PrinterInfo> list = printers();
     if (!role.empty() && role != "Standard") {
-        for (const plat::PrinterInfo &p : printers())
-            if (p.name == role) return open_printer(role, nullptr, infoOnly != 0);
+        for (const plat::PrinterInfo &p : list)
+            if (p.name == role) return open_printer(role, nullptr, infoOnly != 0, list);
     }
-    return open_printer("", nullptr, infoOnly != 0);
+    return open_printer("", nullptr, infoOnly != 0, list);
 }
 
 TARN_API int32_t TARN_CALL koGetPixelHorz(HDC dc, double centimetres) {

@@ -1,11 +1,12 @@
 // The dialog "DlgLogPrinters": roles on the left, printers on the right, the copy switch below.
-// A printer chosen for the selected role and the switch are stored at once.
+// A printer chosen for the selected role, its device settings and the switch are stored at once.
 #include "export.h"
 
 #include <string>
 #include <vector>
 
 #include "lib/ui.h"
+#include "print/device_settings_dialog.h"
 #include "print/printer_store.h"
 
 namespace {
@@ -16,6 +17,7 @@ using namespace tarn::print;
 constexpr int32_t kRoleList = 101;
 constexpr int32_t kPrinterList = 102;
 constexpr int32_t kCopyCheck = 103;
+constexpr int32_t kSettingsButton = 105;
 constexpr const char *kDefaultPrinterItem = "(Standarddrucker)";
 
 const char *const kDefaultRoles[] = {"Service",   "Angebot1", "Angebot2",    "Rechnung1",
@@ -27,10 +29,11 @@ const ControlLayout kControls[] = {
     {104, TARN_UI_LABEL, "Drucker:"},
     {kPrinterList, TARN_UI_LIST, ""},
     {kCopyCheck, TARN_UI_CHECK, "Kopien auf den Drucker \"Durchschlag\""},
+    {kSettingsButton, TARN_UI_BUTTON, "Einstellungen..."},
     {kIdOk, TARN_UI_BUTTON, "OK"},
     {kIdCancel, TARN_UI_BUTTON, "Abbrechen"},
 };
-const DialogLayout kDialog = {"DlgLogPrinters", "Drucker einrichten", kControls, 7, kRoleList};
+const DialogLayout kDialog = {"DlgLogPrinters", "Drucker einrichten", kControls, 8, kRoleList};
 
 // The names of a NUL-separated list ended by an empty name.
 std::vector<std::string> split_list(const char *list) {
@@ -83,6 +86,12 @@ intptr_t TARN_CALL log_printers_proc(HWND dialog, uint32_t msg, uintptr_t wParam
         list_selection(dialog, kPrinterList, printer, sizeof printer);
         const bool standard = std::string(printer) == kDefaultPrinterItem;
         koSetPrinterNameForLogName(role, standard ? "" : printer);
+        return 1;
+    }
+    if (id == kSettingsButton && code == kButtonClicked) {
+        char role[kNameChars + 1] = "";
+        if (list_selection(dialog, kRoleList, role, sizeof role) > 0)
+            edit_role_settings(dialog, role);
         return 1;
     }
     if (id == kCopyCheck && code == kButtonClicked) {

@@ -44,12 +44,16 @@ const std::vector<Command> &commands() {
         {"printers", "list the printers and the roles the applications print to",
          "usage: tarn printers\n"
          "       tarn printers set ROLE PRINTER\n"
+         "       tarn printers settings ROLE [paper=A4|A3|A5|Letter|Legal]\n"
+         "                [orientation=portrait|landscape] [copies=N] [duplex=on|off] | clear\n"
          "       tarn printers copies on|off\n"
          "Without arguments, lists the system printers (on Linux the CUPS queues and the built-in\n"
          "\"PDF\", which writes PDF files into $TARNGDI_PRINT_DIR) and the roles (\"Angebot1\",\n"
          "\"Rechnung1\", ...) with the printer each prints to. \"set\" maps a role to a printer\n"
-         "(\"\" for the default printer) and drops its stored device settings; \"copies\" says\n"
-         "whether copies after the first go to the role \"Durchschlag\".\n",
+         "(\"\" for the default printer) and drops its stored device settings. \"settings\" prints\n"
+         "a role's stored device settings, changes the ones named (the others stay) or, with\n"
+         "\"clear\", removes them. \"copies\" says whether copies after the first go to the role\n"
+         "\"Durchschlag\".\n",
          run_printers},
         {"gaeb2xml", "convert a GAEB 2000 bracket file to XML",
          "usage: tarn gaeb2xml IN OUT [--plain]\n"

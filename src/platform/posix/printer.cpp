@@ -17,7 +17,6 @@ namespace plat {
 namespace {
 
 constexpr const char *kPdfPrinter = "PDF";
-constexpr uint32_t kPaperLength = 0x4, kPaperWidth = 0x8;  // DM_PAPERLENGTH, DM_PAPERWIDTH
 
 struct Devices {
     std::mutex lock;
@@ -61,9 +60,9 @@ void sheet_of(const DEVMODEA *mode, int *width, int *height) {
         for (const Paper &p : kPapers)
             if (p.number == mode->dmPaperSize) w = p.widthMm, h = p.heightMm;
     }
-    if (mode && (mode->dmFields & kPaperWidth) && mode->dmPaperWidth > 0)
+    if (mode && (mode->dmFields & DM_PAPERWIDTH) && mode->dmPaperWidth > 0)
         w = mode->dmPaperWidth / 10.0;
-    if (mode && (mode->dmFields & kPaperLength) && mode->dmPaperLength > 0)
+    if (mode && (mode->dmFields & DM_PAPERLENGTH) && mode->dmPaperLength > 0)
         h = mode->dmPaperLength / 10.0;
     if (mode && (mode->dmFields & DM_ORIENTATION) && mode->dmOrientation == DMORIENT_LANDSCAPE)
         std::swap(w, h);
@@ -98,15 +97,12 @@ std::string default_printer() {
     return name;
 }
 
-HDC create_printer_dc(const char *, const char *name, const char *, const DEVMODEA *mode,
+// Only a listed printer has a driver: a name without one is no printer of this system.
+HDC create_printer_dc(const char *driver, const char *name, const char *, const DEVMODEA *mode,
                       bool infoOnly) {
     if (fail_now(kCallCreateDC)) return nullptr;
-    const std::string printer = name ? name : "";
-    std::vector<PrinterInfo> list;
-    bool known = false;
-    if (list_printers(&list))
-        for (const PrinterInfo &p : list) known = known || p.name == printer;
-    if (!known) return nullptr;
+    if (!driver || !name) return nullptr;
+    const std::string printer = name;
     auto *device = new PrintDevice;
     device->printer = printer;
     device->toFile = printer == kPdfPrinter;
@@ -117,6 +113,12 @@ HDC create_printer_dc(const char *, const char *name, const char *, const DEVMOD
     }
     sheet_of(device->hasMode ? &device->mode : nullptr, &device->width, &device->height);
     return register_device(device);
+}
+
+// CUPS drivers bring no dialog of their own: the library's settings dialog serves every printer.
+int edit_device_settings(HWND, const char *, const DEVMODEA *, std::vector<uint8_t> *out) {
+    out->clear();
+    return -1;
 }
 
 HDC register_device(PrintDevice *device) {

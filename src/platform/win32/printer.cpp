@@ -66,6 +66,27 @@ HDC create_printer_dc(const char *driver, const char *name, const char *port, co
     return infoOnly ? CreateICA(driver, name, port, mode) : CreateDCA(driver, name, port, mode);
 }
 
+int edit_device_settings(HWND parent, const char *name, const DEVMODEA *mode,
+                         std::vector<uint8_t> *out) {
+    out->clear();
+    HANDLE printer = nullptr;
+    if (!name || !OpenPrinterA(const_cast<char *>(name), &printer, nullptr)) return -1;
+    char *device = const_cast<char *>(name);
+    int result = -1;
+    const LONG size = DocumentPropertiesA(parent, printer, device, nullptr, nullptr, 0);
+    if (size > 0) {
+        out->resize(size_t(size));
+        const DWORD how = DM_IN_PROMPT | DM_OUT_BUFFER | (mode ? DM_IN_BUFFER : 0);
+        const LONG r = DocumentPropertiesA(parent, printer, device,
+                                           reinterpret_cast<DEVMODEA *>(out->data()),
+                                           const_cast<DEVMODEA *>(mode), how);
+        result = r == IDOK ? 1 : r == IDCANCEL ? 0 : -1;
+    }
+    ClosePrinter(printer);
+    if (result != 1) out->clear();
+    return result;
+}
+
 // Defined with the memory devices (draw.cpp): gives a memory device's bitmap back.
 bool release_memory_dc(HDC dc);
 
