@@ -6,6 +6,7 @@ cd "$(dirname "$0")/.."
 WINE64=${WINE64:-/usr/lib/wine/wine64}
 # The 32-bit loader of wine32:i386; with wine64 beside it, a 32-bit process on 64-bit Windows.
 WINE32=${WINE32:-/usr/lib/wine/wine}
+WINESERVER=${WINESERVER:-/usr/lib/wine/wineserver}
 passed=0 failed=0 status=0
 summary=()
 
@@ -48,6 +49,14 @@ wine_suite() {
     summary+=("$label: not run ($loader cannot start)")
     [ "${CI:-}" = true ] && status=1
     return
+  fi
+  # Windows of the library's own dialogs need a display driver; Wine's null driver keeps them
+  # off any screen, so that tests can drive them without an X server. The desktop process
+  # takes the driver when it starts: the prefix's server is restarted once it is set.
+  if ! WINEPREFIX=$prefix WINEDEBUG=-all "$loader" reg query 'HKCU\Software\Wine\Drivers' /v Graphics 2>/dev/null | grep -q null; then
+    WINEPREFIX=$prefix WINEDEBUG=-all "$loader" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null 2>&1
+    WINEPREFIX=$prefix "$WINESERVER" -k 2>/dev/null
+    WINEPREFIX=$prefix "$WINESERVER" -w 2>/dev/null
   fi
   run_suite "$preset" "$label"
 }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
@@ -246,48 +247,150 @@ TEST_F(Printers, DeviceContextsByNameAndRole) {
     }
 }
 
+// How a test clicks through a dialog: one the UI provider shows, or the system's own window.
+struct DialogUser {
+    std::function<std::vector<std::string>(int)> items;
+    std::function<int(int)> selected;
+    std::function<void(int, int)> choose;
+    std::function<bool(int)> checked;
+    std::function<void(int)> press;
+};
+
+DialogUser provider_user(TarnUiDialog *d) {
+    return {[d](int id) {
+                std::vector<std::string> items;
+                for (int i = 0; const char *item = tarnUiDialogListItem(d, id, i); ++i) items.emplace_back(item);
+                return items;
+            },
+            [d](int id) {
+                const std::string text = harness::dialog_text(d, id);
+                std::vector<std::string> items;
+                for (int i = 0; const char *item = tarnUiDialogListItem(d, id, i); ++i) items.emplace_back(item);
+                const auto at = std::find(items.begin(), items.end(), text);
+                return at == items.end() ? -1 : int(at - items.begin());
+            },
+            [d](int id, int index) { tarnUiDialogSelect(d, id, index); },
+            [d](int id) { return harness::dialog_text(d, id) == "1"; },
+            [d](int id) { tarnUiDialogPress(d, id); }};
+}
+
+DialogUser system_user(test_env::SystemDialog d) {
+    return {[d](int id) { return test_env::dialog_list(d, id); },
+            [d](int id) { return test_env::dialog_list_selected(d, id); },
+            [d](int id, int index) { test_env::dialog_list_choose(d, id, index); },
+            [d](int id) { return test_env::dialog_checked(d, id); },
+            [d](int id) { test_env::dialog_press(d, id); }};
+}
+
+void use_setup_dialog(const DialogUser &u) {
+    const std::vector<std::string> roles = u.items(101), printers = u.items(102);
+    EXPECT_EQ(roles.size(), 8u);
+    ASSERT_FALSE(printers.empty());
+    EXPECT_EQ(printers[0], "(Standarddrucker)");
+    EXPECT_EQ(int(printers.size()), koGetPrinterCount() + 1);
+    EXPECT_FALSE(u.checked(103));
+    const int rechnung = int(std::find(roles.begin(), roles.end(), "Rechnung1") - roles.begin());
+    ASSERT_LT(rechnung, int(roles.size()));
+    u.choose(101, rechnung);
+    EXPECT_EQ(u.selected(102), 0) << "an unmapped role shows the default printer";
+    u.choose(102, int(printers.size()) - 1);
+    EXPECT_EQ(mapping("Rechnung1"), printers.back());
+    u.press(103);
+    EXPECT_EQ(koPrinterGetUseCopyDrv(), 1) << "written when clicked";
+    u.press(1);
+}
+
 // An empty store gets the eight default roles; choosing a printer maps the selected role at once,
-// "(Standarddrucker)" maps it to the default; the check box writes the copy switch at once.
+// the check box writes the copy switch at once; the same through a UI provider and in the
+// dialog of the DLL's resources.
 TEST_F(Printers, SetupDialogCreatesTheDefaultRolesAndMapsAtOnce) {
-    {
-        const int32_t type = koSetProfileType(1);
-        koWritePublicString("KELVO_Printers", nullptr, nullptr);
-        koSetProfileType(type);
-    }
-    koPrinterSetUseCopyDrv(0);
-    harness::FakeUi ui;
-    ui.dialog = [](TarnUiDialog *d) {
-        std::vector<std::string> roles, printers;
-        for (int i = 0; const char *item = tarnUiDialogListItem(d, 101, i); ++i) roles.emplace_back(item);
-        for (int i = 0; const char *item = tarnUiDialogListItem(d, 102, i); ++i) printers.emplace_back(item);
-        EXPECT_EQ(roles.size(), 8u);
-        ASSERT_FALSE(printers.empty());
-        EXPECT_EQ(printers[0], "(Standarddrucker)");
-        EXPECT_EQ(int(printers.size()), koGetPrinterCount() + 1);
-        EXPECT_EQ(harness::dialog_text(d, 103), "0");
-        const int rechnung = int(std::find(roles.begin(), roles.end(), "Rechnung1") - roles.begin());
-        ASSERT_EQ(tarnUiDialogSelect(d, 101, rechnung), 1);
-        EXPECT_EQ(harness::dialog_text(d, 102), "(Standarddrucker)");
-        if (printers.size() > 1) {
-            ASSERT_EQ(tarnUiDialogSelect(d, 102, int(printers.size()) - 1), 1);
-            EXPECT_EQ(mapping("Rechnung1"), printers.back());
+    for (const bool system : {false, true}) {
+        SCOPED_TRACE(system ? "the system's dialog" : "through the UI provider");
+        {
+            const int32_t type = koSetProfileType(1);
+            koWritePublicString("KELVO_Printers", nullptr, nullptr);
+            koSetProfileType(type);
         }
-        EXPECT_EQ(tarnUiDialogPress(d, 103), 1);
-        EXPECT_EQ(koPrinterGetUseCopyDrv(), 1) << "written when clicked";
-        EXPECT_EQ(tarnUiDialogSelect(d, 101, 99), 0);
-        tarnUiDialogPress(d, 2);
+        koPrinterSetUseCopyDrv(0);
+        int32_t result = -1;
+        if (!system) {
+            harness::FakeUi ui;
+            ui.dialog = [](TarnUiDialog *d) { use_setup_dialog(provider_user(d)); };
+            result = koPrinterSetupDlg(nullptr);
+            EXPECT_EQ(ui.dialogs, std::vector<std::string>{"DlgLogPrinters"});
+        } else if (!test_env::drive_system_dialog(
+                       "Drucker einrichten", [&] { result = koPrinterSetupDlg(nullptr); },
+                       [](test_env::SystemDialog d) { use_setup_dialog(system_user(d)); })) {
+            EXPECT_TRUE(test_env::library_keeps_settings()) << "Windows showed no dialog: " << result;
+            continue;  // Linux shows dialogs only through a provider
+        }
+        EXPECT_EQ(result, 1);
+        char list[4096] = "";
+        koEnumPrinterLogNames(list, sizeof list);
+        std::vector<std::string> roles = split(list);
+        std::sort(roles.begin(), roles.end());
+        const std::vector<std::string> expected = {"Angebot1",  "Angebot2",  "Buchhaltung", "Durchschlag",
+                                                   "Listen",    "Rechnung1", "Rechnung2",   "Service"};
+        EXPECT_EQ(roles, expected);
+    }
+}
+
+// The settings button edits the selected role's stored device mode: what the user accepts is
+// stored (the driver's bytes kept), Cancel stores nothing, copies that are no number keep theirs.
+TEST_F(Printers, SettingsDialogStoresTheRolesDeviceMode) {
+    const std::string role = unique("Listen");
+    ASSERT_NE(koSetPrinterNameForLogName(role.c_str(), "Werkstatt"), 0);
+    DEVMODEA *start = mode_with_extra(6, 1);
+    start->dmFields |= DM_PAPERSIZE;
+    start->dmPaperSize = DMPAPER_A4;
+    ASSERT_NE(koPrinterSaveDevmodeData(role.c_str(), start), 0);
+    FreeGlobal(start);
+    const struct {
+        const char *what;
+        int paper, orientation;  // list indexes; -1 leaves the list alone
+        const char *copies;
+        bool flipDuplex;
+        int32_t button;
+        int16_t wantPaper, wantOrientation, wantCopies, wantDuplex;
+    } cases[] = {
+        {"A3 landscape, two copies, two-sided", 1, 1, "2", true, 1, DMPAPER_A3, DMORIENT_LANDSCAPE, 2, DMDUP_VERTICAL},
+        {"cancelled: nothing changes", 2, 0, "5", true, 2, DMPAPER_A3, DMORIENT_LANDSCAPE, 2, DMDUP_VERTICAL},
+        {"copies not a number keep theirs", -1, 0, "x1", false, 1, DMPAPER_A3, DMORIENT_PORTRAIT, 2, DMDUP_VERTICAL},
+        {"one-sided again, Letter", 3, -1, "999", true, 1, DMPAPER_LETTER, DMORIENT_PORTRAIT, 999, DMDUP_SIMPLEX},
     };
-    EXPECT_EQ(koPrinterSetupDlg(nullptr), 0);
-    EXPECT_EQ(ui.dialogs, std::vector<std::string>{"DlgLogPrinters"});
-    char list[4096] = "";
-    koEnumPrinterLogNames(list, sizeof list);
-    const std::vector<std::string> expected = {"Service",   "Angebot1", "Angebot2",    "Rechnung1",
-                                               "Rechnung2", "Listen",   "Buchhaltung", "Durchschlag"};
-    std::vector<std::string> roles = split(list);
-    std::sort(roles.begin(), roles.end());
-    std::vector<std::string> sorted = expected;
-    std::sort(sorted.begin(), sorted.end());
-    EXPECT_EQ(roles, sorted);
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.what);
+        harness::FakeUi ui;
+        ui.dialog = [&](TarnUiDialog *d) {
+            if (std::string(tarnUiDialogName(d)) == "DlgDeviceSettings") {
+                EXPECT_EQ(harness::dialog_text(d, 201), "Werkstatt");
+                if (c.paper >= 0) tarnUiDialogSelect(d, 203, c.paper);
+                if (c.orientation >= 0) tarnUiDialogSelect(d, 205, c.orientation);
+                tarnUiDialogSetText(d, 207, c.copies);
+                if (c.flipDuplex) tarnUiDialogPress(d, 208);
+                tarnUiDialogPress(d, c.button);
+                return;
+            }
+            std::vector<std::string> roles;
+            for (int i = 0; const char *item = tarnUiDialogListItem(d, 101, i); ++i) roles.emplace_back(item);
+            const auto at = std::find(roles.begin(), roles.end(), role);
+            ASSERT_NE(at, roles.end());
+            tarnUiDialogSelect(d, 101, int(at - roles.begin()));
+            EXPECT_EQ(tarnUiDialogPress(d, 105), 1);
+            tarnUiDialogPress(d, 1);
+        };
+        EXPECT_EQ(koPrinterSetupDlg(nullptr), 1);
+        EXPECT_EQ(ui.dialogs, (std::vector<std::string>{"DlgLogPrinters", "DlgDeviceSettings"}));
+        DEVMODEA *m = koPrinterLoadDevmodeData(role.c_str());
+        ASSERT_NE(m, nullptr);
+        EXPECT_EQ(m->dmPaperSize, c.wantPaper);
+        EXPECT_EQ(m->dmOrientation, c.wantOrientation);
+        EXPECT_EQ(m->dmCopies, c.wantCopies);
+        EXPECT_EQ(m->dmDuplex, c.wantDuplex);
+        EXPECT_EQ(m->dmDriverExtra, 6);
+        EXPECT_EQ(reinterpret_cast<unsigned char *>(m + 1)[5], 0xA5) << "the driver's bytes are kept";
+        FreeGlobal(m);
+    }
 }
 
 // A red box, a line, a picture and a right-aligned text land where they were asked to, and the

@@ -1,6 +1,7 @@
 // What the tests need to know of the system they run on, and how they start helper processes.
 #pragma once
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,21 @@ std::string test_printer();
 // each job it prints lands in *jobFile, its options in *jobFile + ".options". "" where no CUPS
 // server can be started (and on Windows).
 std::string cups_queue(std::string *jobFile);
+
+// A dialog the system shows from the library's resources (Windows only), driven like a user
+// would from a second thread while `show` runs it on this one: `drive` gets the dialog once a
+// window of this process titled `caption` appears (within 10 s). A dialog still open 5 s after
+// `drive` returned is cancelled. False where the system shows no such dialogs or none appeared.
+struct SystemDialog {
+    void *window = nullptr;
+};
+bool drive_system_dialog(const char *caption, const std::function<void()> &show,
+                         const std::function<void(SystemDialog)> &drive);
+std::vector<std::string> dialog_list(SystemDialog d, int id);  // a list box's items
+int dialog_list_selected(SystemDialog d, int id);              // its selection, -1 for none
+void dialog_list_choose(SystemDialog d, int id, int index);    // selects, as a click does
+bool dialog_checked(SystemDialog d, int id);
+void dialog_press(SystemDialog d, int id);  // a button (IDOK 1, IDCANCEL 2) or a check box
 
 // What a shell command prints on standard output; "" where there is no shell to run it.
 std::string command_output(const std::string &command);
