@@ -869,6 +869,93 @@ TARN_API int32_t TARN_CALL koMultilineGetNumLines(const char *text);
 TARN_API int32_t TARN_CALL koMultilineCopyLine(const char *text, int32_t line, char *buffer,
                                                int32_t size, BOOL terminate);
 
+/* ---- Print scripts and spool files ---------------------------------------------------------
+ * A print script is a text file of command lines (CR LF; "LTEXT x;y;w;h;text", "FONT 1;",
+ * "STARTPAGE", ...) with coordinates in centimetres, kept in a spool file and painted page by
+ * page onto a device context. koPrinterOpenXML builds an index of it (an XML tree: the root
+ * named by "STARTJOB", "Vars", "Fonts", "Pages/Page" with "Nr", "Offset", "Count", "Drucker",
+ * "BkBmp" and the page's settings, "DeviceMap", "JobName"); the painter reads a page's lines
+ * again from the file. Script files are X_ handles. */
+
+/* Turns one coordinate text into centimetres; vars is the index's "Vars" node (may be NULL). */
+typedef double(TARN_CALL *koPrtEvalProc)(XML_Node *vars, const char *text);
+
+/* Opens the role's printer (as koGetPrinterDCByLogName) and starts a document named docName on
+   it; NULL (the context deleted) when either fails. */
+TARN_API HDC TARN_CALL koStartPrintJob(const char *logName, const char *docName);
+/* Ends the document and deletes the context; 1, or 0 when ending failed (the context is deleted
+   all the same) or dc is NULL. */
+TARN_API int32_t TARN_CALL koEndPrintJob(HDC dc);
+/* The spool folder with a trailing backslash into buffer (at least 200 characters): "..\SPOOL"
+   beside the current folder when it exists, else the temporary folder. Always 1. */
+TARN_API int32_t TARN_CALL koPrinterGetSpoolDir(char *buffer);
+/* Copies file to a new spool file "%04X%04X.SPL" (the time in seconds, counted up past existing
+   names) and, with deleteSource set, deletes file afterwards; 1, or 0 when the copy fails. */
+TARN_API int32_t TARN_CALL koPrinterSpool(const char *file, int32_t deleteSource);
+/* Reads the whole script from the open file (from its current position; at most 2048 characters
+   a line, unknown commands ignored, "ENDJOB" ends it) and returns its index; NULL for an
+   invalid handle or without memory. Release it with koXML_ReleaseTree. */
+TARN_API XML_Node *TARN_CALL koPrinterOpenXML(HANDLE file);
+/* Paints page (a "Page" node of index) of the script onto dc: offsets, background drawing,
+   items sorted by place (not with "NOSORT"), texts, lines, boxes, fills and pictures; 1, or 0
+   for a NULL dc, index or page. The drawing origin is put back afterwards.
+   Drawing files ("BKFILE") and drawing data ("GDI" items' "Output") are, on Windows, enhanced
+   metafiles played at the origin at their own size and, on Linux, pictures (BMP, PNG, JPEG,
+   GIF) stretched from the origin over the printable page. */
+TARN_API int32_t TARN_CALL koPrinterPageToDevice(HDC dc, HANDLE file, XML_Node *index,
+                                                 XML_Node *page);
+/* Prints the pages first..last (last < 0: to the end) of the script file to logName (NULL: each
+   page to its own "DEVICE" role, one job per run of pages on the same role); 1 done (also
+   without pages), 0 when the script cannot be opened. Pages whose printer cannot be opened are
+   skipped. The current folder is put back. */
+TARN_API int32_t TARN_CALL koPrinterPrint(const char *file, int32_t first, int32_t last,
+                                          const char *logName);
+/* Installs the coordinate evaluator (NULL: the default, which reads a decimal number with "." or
+   "," and ignores the variables); returns proc. */
+TARN_API koPrtEvalProc TARN_CALL koSetPrtEvalProc(koPrtEvalProc proc);
+TARN_API koPrtEvalProc TARN_CALL koGetPrtEvalProc(void);
+
+/* The listing writer: plain text to a print script "..\LST\<unique>.PRT" in Courier New, 63
+   lines a page, words as "LTEXT" lines. Every operation returns 1 unless said otherwise. */
+typedef struct ISprt_Protokoll ISprt_Protokoll;
+typedef struct ISprt_ProtokollVtbl {
+    int32_t(TARN_CALL *AddRef)(ISprt_Protokoll *self);  /* the new count */
+    int32_t(TARN_CALL *Release)(ISprt_Protokoll *self); /* the new count; 0 destroyed it */
+    int32_t(TARN_CALL *ReleaseAll)(ISprt_Protokoll *self);
+    /* Creates the script and writes its header and six fonts; 0 when it cannot be created. */
+    int32_t(TARN_CALL *Open)(ISprt_Protokoll *self, const char *jobName);
+    /* Ends an open page, writes "ENDJOB" and closes the file; 0 when nothing was open. */
+    int32_t(TARN_CALL *Close)(ISprt_Protokoll *self);
+    int32_t(TARN_CALL *GetLinesPerPage)(ISprt_Protokoll *self); /* 63 */
+    /* 10, 12 or 17 characters per inch (others count as 10), bold or not. */
+    int32_t(TARN_CALL *SetPitch)(ISprt_Protokoll *self, int32_t pitch, int32_t bold);
+    int32_t(TARN_CALL *SetPos)(ISprt_Protokoll *self, int32_t column, int32_t line);
+    /* Words of text (blanks, CR and LF move the position) at the position. */
+    int32_t(TARN_CALL *Write)(ISprt_Protokoll *self, const char *text);
+    /* value in radix 2..36 (negative with "-" only in radix 10). */
+    int32_t(TARN_CALL *WriteNumber)(ISprt_Protokoll *self, int32_t value, int32_t radix);
+    int32_t(TARN_CALL *NewLine)(ISprt_Protokoll *self);
+    int32_t(TARN_CALL *EndPage)(ISprt_Protokoll *self);
+    int32_t(TARN_CALL *WriteAt)(ISprt_Protokoll *self, int32_t column, int32_t line, const char *text);
+    int32_t(TARN_CALL *WriteNumberAt)(ISprt_Protokoll *self, int32_t column, int32_t line,
+                                      int32_t value, int32_t radix);
+    /* Closes the script, shows it through the UI provider's preview and deletes it; 1 when it
+       was shown, 0 without a provider's preview. */
+    int32_t(TARN_CALL *Preview)(ISprt_Protokoll *self, HWND parent);
+    int32_t(TARN_CALL *SetLeftMargin)(ISprt_Protokoll *self, double centimetres);
+    /* Whether written text is converted from the OEM to the ANSI code page (on at the start). */
+    int32_t(TARN_CALL *SetOem)(ISprt_Protokoll *self, int32_t on);
+} ISprt_ProtokollVtbl;
+struct ISprt_Protokoll {
+    const ISprt_ProtokollVtbl *lpVtbl;
+};
+/* A new listing writer with a reference count of 1; NULL without memory. */
+TARN_API ISprt_Protokoll *TARN_CALL Create_Sprt_Protokoll(void);
+
+/* Deletes a device context of koGetPrinterDC or koGetPrinterDCByLogName that started no print
+   job (Windows programs may call DeleteDC instead); 1, or 0 for NULL or an unknown context. */
+TARN_API int32_t TARN_CALL tarnDeleteDC(HDC dc);
+
 /* ---- Logical printers and device settings ------------------------------------------------
  * Applications print to a role ("Angebot1", "Rechnung1", "Standard"), which the settings map to a
  * system printer and its stored device settings. Every access switches the profile type to 1 and
@@ -972,6 +1059,10 @@ typedef struct TarnUiProvider {
     void(TARN_CALL *runDialog)(void *context, TarnUiDialog *dialog);
     /* Progress of a long operation: a text and a percentage, -1 when unknown. */
     void(TARN_CALL *progress)(void *context, const char *text, int32_t percent);
+    /* Shows a print script (a file of the listing writer) to the user until it is closed; the
+       provider paints its pages with koPrinterOpenXML and koPrinterPageToDevice. Optional: a
+       provider whose size ends before it has none. */
+    void(TARN_CALL *preview)(void *context, const char *script, HWND parent);
 } TarnUiProvider;
 
 /* Installs a copy of *provider (members beyond its size stay empty); NULL removes it. */

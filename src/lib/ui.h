@@ -65,6 +65,9 @@ int32_t message_box(HWND parent, const char *text, const char *caption, uint32_t
 // Progress of a long operation; percent -1 when unknown.
 void progress(const char *text, int32_t percent);
 
+// Shows a print script through the provider's preview; false when there is none.
+bool preview(const char *script, HWND parent);
+
 // The provider, or null.
 const TarnUiProvider *provider();
 

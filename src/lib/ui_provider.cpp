@@ -41,6 +41,13 @@ void progress(const char *text, int32_t percent) {
         p->progress(p->context, text ? text : "", percent);
 }
 
+bool preview(const char *script, HWND parent) {
+    const TarnUiProvider *p = provider();
+    if (!p || !p->preview || !script) return false;
+    p->preview(p->context, script, parent);
+    return true;
+}
+
 }  // namespace tarn::ui
 
 TARN_API void TARN_CALL tarnSetUiProvider(const TarnUiProvider *provider) {

@@ -2,6 +2,7 @@
 // box and pictures stretched into a box, all in device units. Windows paints with GDI; on Linux
 // the library's print device paints with cairo and pango into PDF pages or an image in memory.
 #pragma once
+#include <cstddef>
 #include <string>
 
 #include "tarn_types.h"
@@ -26,8 +27,9 @@ bool end_document(HDC dc);
 bool start_page(HDC dc);
 bool end_page(HDC dc);
 
-// Moves the drawing origin to device point (x, y) (SetViewportOrgEx).
+// Moves the drawing origin to device point (x, y) (SetViewportOrgEx); where it stands now.
 void set_origin(HDC dc, int x, int y);
+void get_origin(HDC dc, int *x, int *y);
 
 // A solid line `width` units wide (0: one unit) from (x1, y1) to (x2, y2).
 void draw_line(HDC dc, int x1, int y1, int x2, int y2, COLORREF colour, int width);
@@ -39,8 +41,16 @@ int text_height(HDC dc, const FontSpec &font);
 // clipped to the box. `text` is in the ANSI code page.
 void draw_text(HDC dc, int left, int top, int right, int bottom, const char *text,
                const FontSpec &font, COLORREF colour, TextAlign align);
-// A picture file (BMP, PNG, JPEG or GIF) stretched into the box; false when it cannot be read.
-bool draw_picture(HDC dc, int left, int top, int right, int bottom, const char *file);
+enum PictureFit { kStretch, kKeepAspect };
+// A picture file (BMP, PNG, JPEG or GIF) stretched into the box, or as large as it fits with its
+// own proportions, centred; false when it cannot be read.
+bool draw_picture(HDC dc, int left, int top, int right, int bottom, const char *file,
+                  PictureFit fit = kStretch);
+// A drawing painted at the origin: on Windows an enhanced metafile at its own size, on Linux a
+// picture stretched over the printable page. From a file, or from the bytes of one in memory;
+// false when it cannot be read.
+bool draw_drawing_file(HDC dc, const char *file);
+bool draw_drawing_data(HDC dc, const void *data, size_t size);
 
 // A white image of width x height pixels painted like a page of `dpi` dots per inch; null when
 // it cannot be made. Close it with delete_dc.

@@ -25,6 +25,9 @@ int module_file_name(HMODULE module, char *out, int size);
 // Full path of `path` into `out` (GetFullPathNameA); `filePart` points at the file-name part.
 // Returns the length; 0 on failure, the needed size when `out` is too small.
 int full_path(const char *path, char *out, int size, char **filePart);
+// The process's current folder ("" when it cannot be read), and changing it (false on failure).
+std::string current_directory();
+bool set_current_directory(const char *path);
 // True for a character that separates path components on this system.
 bool is_path_separator(char c);
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/printer.h"
+#include "print/print_state.h"
 #include "print/printer_store.h"
 
 namespace {
@@ -45,13 +46,6 @@ HDC open_printer(const std::string &name, const DEVMODEA *mode, bool infoOnly,
                       port = found ? cut_name(found->port) : "";
     return plat::create_printer_dc(found ? driver.c_str() : nullptr, printer.c_str(),
                                    found ? port.c_str() : nullptr, mode, infoOnly);
-}
-
-// Whole points, rounded, then dots: points * dpi / 72, one more when that leaves a remainder.
-int32_t centimetres_to_dots(double centimetres, int dpi) {
-    const long long points = std::llround(centimetres / 2.54 * 72.0);
-    const long long product = points * dpi;
-    return int32_t(product / 72 + (product % 72 != 0 ? 1 : 0));
 }
 
 }  // namespace

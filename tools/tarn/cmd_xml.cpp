@@ -20,7 +20,7 @@ public:
     ProgressBar() {
         if (!stderr_is_terminal()) return;
         const TarnUiProvider provider = {sizeof provider, this, nullptr, nullptr,
-                                         &ProgressBar::report};
+                                         &ProgressBar::report, nullptr};
         tarnSetUiProvider(&provider);
         koXML_SetStatusWindow(progress_window());
         active_ = true;

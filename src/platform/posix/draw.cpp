@@ -194,6 +194,12 @@ void set_origin(HDC dc, int x, int y) {
     d->originY = y;
 }
 
+void get_origin(HDC dc, int *x, int *y) {
+    const PrintDevice *d = print_device(dc);
+    *x = d ? d->originX : 0;
+    *y = d ? d->originY : 0;
+}
+
 void draw_line(HDC dc, int x1, int y1, int x2, int y2, COLORREF colour, int width) {
     PrintDevice *d = painting(dc);
     if (!d) return;
@@ -253,24 +259,71 @@ void draw_text(HDC dc, int left, int top, int right, int bottom, const char *tex
     g_object_unref(layout);
 }
 
-bool draw_picture(HDC dc, int left, int top, int right, int bottom, const char *file) {
-    PrintDevice *d = painting(dc);
-    if (!d || !file || right <= left || bottom <= top) return false;
-    GdkPixbuf *pixbuf = gdk_pixbuf_new_from_file(file, nullptr);
-    if (!pixbuf) return false;
+namespace {
+
+// Paints the pixbuf into the box and lets go of it.
+bool paint_pixbuf(PrintDevice *d, GdkPixbuf *pixbuf, int left, int top, int right, int bottom,
+                  PictureFit fit) {
     cairo_surface_t *img = surface_of(pixbuf);
     const int w = gdk_pixbuf_get_width(pixbuf), h = gdk_pixbuf_get_height(pixbuf);
     g_object_unref(pixbuf);
     if (!img) return false;
+    double sx = double(right - left) / w, sy = double(bottom - top) / h;
+    double x = left, y = top;
+    if (fit == kKeepAspect) {
+        sx = sy = std::min(sx, sy);
+        x += (right - left - w * sx) / 2.0;
+        y += (bottom - top - h * sy) / 2.0;
+    }
     cairo_save(d->cr);
-    cairo_translate(d->cr, left, top);
-    cairo_scale(d->cr, double(right - left) / w, double(bottom - top) / h);
+    cairo_translate(d->cr, x, y);
+    cairo_scale(d->cr, sx, sy);
     cairo_set_source_surface(d->cr, img, 0, 0);
     cairo_pattern_set_filter(cairo_get_source(d->cr), CAIRO_FILTER_GOOD);
     cairo_paint(d->cr);
     cairo_restore(d->cr);
     cairo_surface_destroy(img);
     return true;
+}
+
+GdkPixbuf *pixbuf_of_bytes(const void *data, size_t size) {
+    GdkPixbufLoader *loader = gdk_pixbuf_loader_new();
+    GdkPixbuf *pixbuf = nullptr;
+    if (gdk_pixbuf_loader_write(loader, static_cast<const guchar *>(data), size, nullptr) &&
+        gdk_pixbuf_loader_close(loader, nullptr)) {
+        pixbuf = gdk_pixbuf_loader_get_pixbuf(loader);
+        if (pixbuf) g_object_ref(pixbuf);
+    } else {
+        gdk_pixbuf_loader_close(loader, nullptr);
+    }
+    g_object_unref(loader);
+    return pixbuf;
+}
+
+// A drawing covers the printable page from the origin (a memory device: the whole image).
+bool paint_drawing(PrintDevice *d, GdkPixbuf *pixbuf) {
+    if (!pixbuf) return false;
+    return paint_pixbuf(d, pixbuf, 0, 0, d->width, d->height, kStretch);
+}
+
+}  // namespace
+
+bool draw_picture(HDC dc, int left, int top, int right, int bottom, const char *file,
+                  PictureFit fit) {
+    PrintDevice *d = painting(dc);
+    if (!d || !file || right <= left || bottom <= top) return false;
+    GdkPixbuf *pixbuf = gdk_pixbuf_new_from_file(file, nullptr);
+    return pixbuf && paint_pixbuf(d, pixbuf, left, top, right, bottom, fit);
+}
+
+bool draw_drawing_file(HDC dc, const char *file) {
+    PrintDevice *d = painting(dc);
+    return d && file && paint_drawing(d, gdk_pixbuf_new_from_file(file, nullptr));
+}
+
+bool draw_drawing_data(HDC dc, const void *data, size_t size) {
+    PrintDevice *d = painting(dc);
+    return d && data && size > 0 && paint_drawing(d, pixbuf_of_bytes(data, size));
 }
 
 HDC create_memory_dc(int width, int height, int dpi) {

@@ -67,6 +67,19 @@ int module_file_name(HMODULE module, char *out, int size) {
     return copy_out(m.name, out, size);
 }
 
+std::string current_directory() {
+    char cwd[4096];
+    return getcwd(cwd, sizeof cwd) ? std::string(cwd) : std::string();
+}
+
+bool set_current_directory(const char *path) {
+    if (!path) return false;
+    std::string p(path);
+    for (char &c : p)
+        if (c == '\\') c = '/';
+    return chdir(p.c_str()) == 0;
+}
+
 int full_path(const char *path, char *out, int size, char **filePart) {
     *filePart = nullptr;
     if (!path || !out || size <= 0) return 0;

@@ -4,6 +4,7 @@
 #include <windows.h>
 #include <olectl.h>
 
+#include <algorithm>
 #include <mutex>
 #include <set>
 #include <vector>
@@ -40,7 +41,19 @@ HFONT make_font(HDC dc, const FontSpec &font) {
 }
 
 // Pictures GDI cannot read itself (PNG, JPEG, GIF) through the system's picture object.
-bool draw_ole_picture(HDC dc, int left, int top, int right, int bottom, const char *file) {
+// The largest box of w x h proportions inside the box, centred in it.
+void keep_aspect(int w, int h, int *left, int *top, int *right, int *bottom) {
+    if (w <= 0 || h <= 0) return;
+    const double scale = std::min(double(*right - *left) / w, double(*bottom - *top) / h);
+    const int fw = int(w * scale + 0.5), fh = int(h * scale + 0.5);
+    *left += (*right - *left - fw) / 2;
+    *top += (*bottom - *top - fh) / 2;
+    *right = *left + fw;
+    *bottom = *top + fh;
+}
+
+bool draw_ole_picture(HDC dc, int left, int top, int right, int bottom, const char *file,
+                      PictureFit fit) {
     HANDLE f = CreateFileA(file, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
     if (f == INVALID_HANDLE_VALUE) return false;
     const DWORD size = GetFileSize(f, nullptr);
@@ -66,6 +79,7 @@ bool draw_ole_picture(HDC dc, int left, int top, int right, int bottom, const ch
     OLE_YSIZE_HIMETRIC h = 0;
     picture->get_Width(&w);
     picture->get_Height(&h);
+    if (fit == kKeepAspect) keep_aspect(w, h, &left, &top, &right, &bottom);
     ok =
         SUCCEEDED(picture->Render(dc, left, top, right - left, bottom - top, 0, h, w, -h, nullptr));
     picture->Release();
@@ -88,6 +102,13 @@ bool start_page(HDC dc) { return dc && StartPage(dc) > 0; }
 bool end_page(HDC dc) { return dc && EndPage(dc) > 0; }
 
 void set_origin(HDC dc, int x, int y) { SetViewportOrgEx(dc, x, y, nullptr); }
+
+void get_origin(HDC dc, int *x, int *y) {
+    POINT p = {0, 0};
+    if (dc) GetViewportOrgEx(dc, &p);
+    *x = p.x;
+    *y = p.y;
+}
 
 void draw_line(HDC dc, int x1, int y1, int x2, int y2, COLORREF colour, int width) {
     HPEN pen = CreatePen(PS_SOLID, width, colour);
@@ -135,13 +156,15 @@ void draw_text(HDC dc, int left, int top, int right, int bottom, const char *tex
     DeleteObject(f);
 }
 
-bool draw_picture(HDC dc, int left, int top, int right, int bottom, const char *file) {
+bool draw_picture(HDC dc, int left, int top, int right, int bottom, const char *file,
+                  PictureFit fit) {
     if (!dc || !file) return false;
     HBITMAP bitmap = static_cast<HBITMAP>(
         LoadImageA(nullptr, file, IMAGE_BITMAP, 0, 0, LR_LOADFROMFILE | LR_CREATEDIBSECTION));
-    if (!bitmap) return draw_ole_picture(dc, left, top, right, bottom, file);
+    if (!bitmap) return draw_ole_picture(dc, left, top, right, bottom, file, fit);
     BITMAP info = {};
     GetObjectA(bitmap, sizeof info, &info);
+    if (fit == kKeepAspect) keep_aspect(info.bmWidth, info.bmHeight, &left, &top, &right, &bottom);
     HDC source = CreateCompatibleDC(dc);
     HGDIOBJ old = SelectObject(source, bitmap);
     SetStretchBltMode(dc, HALFTONE);
@@ -151,6 +174,32 @@ bool draw_picture(HDC dc, int left, int top, int right, int bottom, const char *
     DeleteDC(source);
     DeleteObject(bitmap);
     return ok;
+}
+
+namespace {
+
+// The metafile at the origin, at the size its frame (hundredths of a millimetre) gives it.
+bool play_metafile(HDC dc, HENHMETAFILE emf) {
+    if (!emf) return false;
+    ENHMETAHEADER header = {};
+    GetEnhMetaFileHeader(emf, sizeof header, &header);
+    const RECT frame = header.rclFrame;
+    const RECT box = {0, 0, MulDiv(frame.right - frame.left, GetDeviceCaps(dc, LOGPIXELSX), 2540),
+                      MulDiv(frame.bottom - frame.top, GetDeviceCaps(dc, LOGPIXELSY), 2540)};
+    const bool ok = PlayEnhMetaFile(dc, emf, &box) != FALSE;
+    DeleteEnhMetaFile(emf);
+    return ok;
+}
+
+}  // namespace
+
+bool draw_drawing_file(HDC dc, const char *file) {
+    return dc && file && play_metafile(dc, GetEnhMetaFileA(file));
+}
+
+bool draw_drawing_data(HDC dc, const void *data, size_t size) {
+    if (!dc || !data || size == 0 || size > 0x7FFFFFFF) return false;
+    return play_metafile(dc, SetEnhMetaFileBits(UINT(size), static_cast<const BYTE *>(data)));
 }
 
 // A screen-compatible device has the screen's resolution; the dpi asked for is the caller's

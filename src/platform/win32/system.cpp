@@ -43,6 +43,16 @@ int module_file_name(HMODULE module, char *out, int size) {
     return int(n);
 }
 
+std::string current_directory() {
+    char cwd[MAX_PATH + 1] = "";
+    const DWORD n = GetCurrentDirectoryA(sizeof cwd, cwd);
+    return n > 0 && n < sizeof cwd ? std::string(cwd, n) : std::string();
+}
+
+bool set_current_directory(const char *path) {
+    return path && SetCurrentDirectoryA(path) != FALSE;
+}
+
 int full_path(const char *path, char *out, int size, char **filePart) {
     *filePart = nullptr;
     return int(GetFullPathNameA(path, DWORD(size), out, filePart));

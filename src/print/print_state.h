@@ -1,0 +1,41 @@
+// The print-script family's process-wide state, and what its files share: reading script lines,
+// font specs and coordinates.
+#pragma once
+#include <cstdint>
+#include <string>
+
+#include "platform/draw.h"
+#include "tarngdi32.h"
+
+namespace tarn::print {
+
+struct PrintState {
+    koPrtEvalProc eval = nullptr;  // the application's coordinate evaluator; null: the default
+};
+PrintState &print_state();
+
+// The evaluator in force: the application's, else the default.
+koPrtEvalProc current_eval();
+
+// The decimal number at the start of text, "." or "," before its fraction, whatever the
+// process's locale; 0 when there is none.
+double decimal_value(const std::string &text);
+
+// Whole points of `centimetres`, then points * dpi / 72 rounded up: the device units the
+// printers and the script painter agree on.
+int32_t centimetres_to_dots(double centimetres, int dpi);
+
+// One script line of at most `chars` characters from the file's position into `line`; false at
+// the end of the file. Longer lines are read on as further lines, as the file reader cuts them.
+bool read_script_line(HANDLE file, std::string *line, int chars);
+// A command line's word and its arguments (what follows the one blank behind the word).
+void split_command(const std::string &line, std::string *word, std::string *args);
+
+// "Name,Size,Flags" or "!Name,Size,Pitch,Flags" (pitch in hundredths of characters per inch).
+plat::FontSpec parse_font_spec(const std::string &spec);
+// The font a page starts with, and the one a font number without a definition selects.
+constexpr const char *kDefaultFontSpec = "Courier,10,N";
+// Font specs are kept with at most this many characters.
+constexpr size_t kFontSpecChars = 40;
+
+}  // namespace tarn::print

@@ -1,0 +1,57 @@
+#include "print/script_commands.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace tarn::print {
+
+Command command_of(const std::string &word) {
+    static const struct {
+        const char *word;
+        Command command;
+    } kWords[] = {
+        {"STARTJOB", Command::StartJob},   {"VARS", Command::Vars},
+        {"INITPAGESIZE", Command::InitPageSize}, {"FONT", Command::Font},
+        {"NEWFONT", Command::NewFont},     {"DEVICEMAP", Command::DeviceMap},
+        {"DEVICE", Command::Device},       {"STARTPAGE", Command::StartPage},
+        {"DSPBK", Command::DspBk},         {"BKFILE", Command::BkFile},
+        {"XOFFSET", Command::XOffset},     {"YOFFSET", Command::YOffset},
+        {"NOSORT", Command::NoSort},       {"CALCBORDER", Command::CalcBorder},
+        {"LTEXT", Command::LText},         {"RTEXT", Command::RText},
+        {"CTEXT", Command::CText},         {"BITMAP", Command::Bitmap},
+        {"BMP", Command::Bmp},             {"LINE", Command::Line},
+        {"RECT", Command::Rect},           {"RGBFILL", Command::RgbFill},
+        {"GDI", Command::Gdi},             {"ENDPAGE", Command::EndPage},
+        {"ENDJOB", Command::EndJob},
+    };
+    for (const auto &w : kWords)
+        if (word == w.word) return w.command;
+    return Command::Unknown;
+}
+
+ItemKind item_kind(Command c) {
+    switch (c) {
+    case Command::LText: return kLeftText;
+    case Command::RText: return kRightText;
+    case Command::CText: return kCenteredText;
+    case Command::Bitmap: return kPicture;
+    case Command::Bmp: return kBitmap;
+    case Command::Rect: return kRectangle;
+    case Command::Line: return kLine;
+    case Command::RgbFill: return kFill;
+    default: return kDrawingData;
+    }
+}
+
+bool is_item(Command c) {
+    return c == Command::LText || c == Command::RText || c == Command::CText ||
+           c == Command::Bitmap || c == Command::Bmp || c == Command::Rect || c == Command::Line ||
+           c == Command::RgbFill || c == Command::Gdi;
+}
+
+void skip_embedded_data(HANDLE file, const std::string &args) {
+    const long n = std::strtol(args.c_str(), nullptr, 10);
+    if (n > 0) X_Seek(file, int32_t(n), 1);
+}
+
+}  // namespace tarn::print
