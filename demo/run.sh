@@ -85,3 +85,19 @@ export TARNGDI_HOME="$out/home"
 step "$tarn" printers set Angebot1 PDF
 step "$tarn" printers settings Angebot1 paper=A4 orientation=portrait copies=2
 step "$tarn" printers
+
+echo
+echo "== An invoice as the applications spool it: a print script in centimetres, fonts by number,"
+echo "   texts, lines, fills and a gradient (CP1252):"
+show "$here/data/rechnung.spl" CP1252 | sed -n '9,20p'
+step "$tarn" print "$here/data/rechnung.spl" -o "$out/rechnung.pdf"
+step "$tarn" print "$here/data/rechnung.spl" -o "$out/rechnung.png" --dpi 100
+if command -v pdftotext >/dev/null; then
+  echo "== The PDF's text, as a reader of it sees the second page:"
+  pdftotext -f 2 -l 2 -layout "$out/rechnung.pdf" - | sed 's/  *$//' | sed -n '19,38p' | cat -s
+fi
+echo
+echo "== A plain text laid out as a listing (Courier New, 63 lines a page) and printed to PDF:"
+step "$tarn" print --list "$out/kunden-ansi.txt" --job Kundenliste -o "$out/kundenliste.pdf"
+echo
+echo "(the PDF and PNG files are in $out)"

@@ -952,6 +952,15 @@ struct ISprt_Protokoll {
 /* A new listing writer with a reference count of 1; NULL without memory. */
 TARN_API ISprt_Protokoll *TARN_CALL Create_Sprt_Protokoll(void);
 
+/* Prints pages first..last (last < 0: to the end) of a script into a file instead of onto a
+   printer: output ending in ".png" gives one PNG image per page, named after the page's number
+   (OUT-1.png, OUT-2.png, ...) at dpi dots per inch (0: 150; kept within 10..1200); any other name
+   one PDF file (on Windows through the printer "Microsoft Print to PDF"). The sheet is the one
+   stored for the first page's role, else A4 portrait. Each page is reported to the UI
+   provider's progress. Returns the number of pages written, 0 when the script cannot be read,
+   has no page in the range, or the file cannot be written. */
+TARN_API int32_t TARN_CALL tarnPrintScriptToFile(const char *script, int32_t first, int32_t last,
+                                                 const char *output, int32_t dpi);
 /* Deletes a device context of koGetPrinterDC or koGetPrinterDCByLogName that started no print
    job (Windows programs may call DeleteDC instead); 1, or 0 for NULL or an unknown context. */
 TARN_API int32_t TARN_CALL tarnDeleteDC(HDC dc);

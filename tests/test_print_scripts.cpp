@@ -281,6 +281,9 @@ TEST(PrintScriptJobs, PageRangesPrintTheirPages) {
     const std::string path = test_env::join(folder, "range.spl");
     harness::write_file(path, script(lines));
     test_env::set_env("TARNGDI_PRINT_DIR", folder.c_str());
+    // Wine's driver writes a "FILE:" port's output into the current folder.
+    const std::string saved = plat::current_directory();
+    plat::set_current_directory(folder.c_str());
     const struct {
         int32_t first, last;
         std::vector<std::string> want;
@@ -301,6 +304,8 @@ TEST(PrintScriptJobs, PageRangesPrintTheirPages) {
         EXPECT_EQ(offsets, c.want);
     }
     koSetPrtEvalProc(nullptr);
+    EXPECT_EQ(plat::current_directory(), folder) << "the current folder is put back";
+    plat::set_current_directory(saved.c_str());
     test_env::set_env("TARNGDI_PRINT_DIR", nullptr);
     EXPECT_EQ(koPrinterPrint((path + ".missing").c_str(), 1, -1, "Probe"), 0);
 }
@@ -452,4 +457,51 @@ TEST(ListingWriter, OneHundredFiftyLinesMakeThreePages) {
         "LTEXT 1.62;1.27;1.40;0.42;ffffffff", "LTEXT 2.86;1.27;0.31;0.42;a", "LTEXT 3.17;1.27;0.31;0.42;b",
         "LTEXT 1.00;1.27;0.31;0.42;c", "LTEXT 1.16;1.69;0.31;0.42;d", "ENDPAGE", "ENDJOB"};
     EXPECT_EQ(std::vector<std::string>(lines.end() - long(tail.size()), lines.end()), tail);
+}
+
+namespace {
+
+uint32_t big_endian(const std::string &bytes, size_t at) {
+    uint32_t v = 0;
+    for (size_t i = 0; i < 4; ++i) v = (v << 8) | static_cast<unsigned char>(bytes[at + i]);
+    return v;
+}
+
+}  // namespace
+
+// The demo invoice into files: PNG pages of the A4 sheet at the asked resolution, and (on
+// Linux) a PDF whose text reads back in the script's order with every font embedded.
+TEST(PrintToFile, TheDemoInvoice) {
+    std::string invoice = __FILE__;
+    invoice.erase(invoice.find_last_of("/\\") + 1);
+    invoice += "../demo/data/rechnung.spl";
+    const std::string folder = test_env::temp_folder("print-file");
+    const std::string png = test_env::join(folder, "rechnung.png");
+    EXPECT_EQ(tarnPrintScriptToFile(invoice.c_str(), 1, -1, png.c_str(), 50), 2);
+    for (const char *page : {"rechnung-1.png", "rechnung-2.png"}) {
+        const std::string bytes = harness::read_file(test_env::join(folder, page));
+        ASSERT_GT(bytes.size(), 24u) << page;
+        EXPECT_EQ(bytes.substr(1, 3), "PNG");
+        EXPECT_EQ(big_endian(bytes, 16), 413u) << "210 mm at 50 dpi";
+        EXPECT_EQ(big_endian(bytes, 20), 585u) << "297 mm at 50 dpi";
+    }
+    EXPECT_EQ(tarnPrintScriptToFile(invoice.c_str(), 3, -1, png.c_str(), 50), 0) << "no page in the range";
+    EXPECT_EQ(tarnPrintScriptToFile((invoice + ".missing").c_str(), 1, -1, png.c_str(), 50), 0);
+
+    if (!test_env::library_keeps_settings()) return;  // a PDF needs a PDF printer on Windows
+    const std::string pdf = test_env::join(folder, "rechnung.pdf");
+    EXPECT_EQ(tarnPrintScriptToFile(invoice.c_str(), 1, -1, pdf.c_str(), 0), 2);
+    const std::string fonts = test_env::command_output("pdffonts '" + pdf + "'");
+    EXPECT_EQ(fonts.find("Type 3"), std::string::npos) << fonts;
+    EXPECT_NE(fonts.find("TrueType"), std::string::npos) << fonts;
+    EXPECT_EQ(fonts.find(" no "), std::string::npos) << "every font embedded\n" << fonts;
+    const std::string text = test_env::command_output("pdftotext -layout '" + pdf + "' -");
+    size_t at = 0;
+    for (const char *part : {"Fliesen Berger GmbH", "Sabine und J\xc3\xb6rg M\xc3\xbcller", "Rechnung: Badsanierung", "Pos.",
+                             "Baustelle einrichten", "Duschrinne 80 cm", "\xc3\x9c" "bertrag", "Mosaikbord\xc3\xbc" "re",
+                             "Rechnungsbetrag", "8.232,06", "Vielen Dank"}) {
+        const size_t found = text.find(part, at);
+        EXPECT_NE(found, std::string::npos) << part << " after position " << at;
+        if (found != std::string::npos) at = found;
+    }
 }

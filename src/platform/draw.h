@@ -55,6 +55,9 @@ bool draw_drawing_data(HDC dc, const void *data, size_t size);
 // A white image of width x height pixels painted like a page of `dpi` dots per inch; null when
 // it cannot be made. Close it with delete_dc.
 HDC create_memory_dc(int width, int height, int dpi);
+// Writes a memory device's image as a PNG file; false when it cannot be written or dc is no
+// memory device.
+bool save_png(HDC dc, const char *path);
 // The colour of pixel (x, y) of a memory device; false outside it or for another device.
 bool memory_pixel(HDC dc, int x, int y, COLORREF *colour);
 

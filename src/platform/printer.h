@@ -29,6 +29,10 @@ HDC create_printer_dc(const char *driver, const char *name, const char *port, co
 // cancelled, -1 when the system has no such dialog or the printer cannot be asked.
 int edit_device_settings(HWND parent, const char *name, const DEVMODEA *mode,
                          std::vector<uint8_t> *out);
+// A device context whose documents become PDF files named by start_document's output, with
+// device settings `mode` (null: A4 portrait); null where the system has no PDF printer (Windows
+// without "Microsoft Print to PDF").
+HDC create_pdf_dc(const DEVMODEA *mode);
 // Closes it; false for null or a context not made here.
 bool delete_dc(HDC dc);
 

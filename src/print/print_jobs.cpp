@@ -6,6 +6,7 @@
 #include "platform/draw.h"
 #include "platform/printer.h"
 #include "platform/system.h"
+#include "print/print_state.h"
 #include "print/script_commands.h"
 
 namespace {
@@ -16,17 +17,6 @@ std::string value_of(XML_Node *node, const char *name) {
     char buffer[1024] = "";
     if (!node || !koXML_GetValueByName(node, name, buffer, sizeof buffer)) return std::string();
     return buffer;
-}
-
-// "JobName", made from the root's name the first time it is asked for (the root is then called
-// "PrintJob").
-std::string job_name(XML_Node *index) {
-    if (!koXML_GetChildByName(index, "JobName")) {
-        const std::string name = koXML_GetName(index) ? koXML_GetName(index) : "";
-        koXML_SetValueByName(index, "JobName", name.c_str());
-        koXML_SetName(index, kDefaultJobNode);
-    }
-    return value_of(index, "JobName");
 }
 
 // The job under way: its role and device context (null when the role's printer did not open).
@@ -71,6 +61,19 @@ void print_pages(HANDLE file, XML_Node *index, int32_t first, int32_t last, cons
 }
 
 }  // namespace
+
+namespace tarn::print {
+
+std::string job_name(XML_Node *index) {
+    if (!koXML_GetChildByName(index, "JobName")) {
+        const std::string name = koXML_GetName(index) ? koXML_GetName(index) : "";
+        koXML_SetValueByName(index, "JobName", name.c_str());
+        koXML_SetName(index, kDefaultJobNode);
+    }
+    return value_of(index, "JobName");
+}
+
+}  // namespace tarn::print
 
 TARN_API HDC TARN_CALL koStartPrintJob(const char *logName, const char *docName) {
     HDC dc = koGetPrinterDCByLogName(logName, 0);

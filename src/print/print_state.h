@@ -21,6 +21,10 @@ koPrtEvalProc current_eval();
 // process's locale; 0 when there is none.
 double decimal_value(const std::string &text);
 
+// The job's name: the index's "JobName", made from the root's name the first time it is asked
+// for (the root is then called "PrintJob").
+std::string job_name(XML_Node *index);
+
 // Whole points of `centimetres`, then points * dpi / 72 rounded up: the device units the
 // printers and the script painter agree on.
 int32_t centimetres_to_dots(double centimetres, int dpi);

@@ -38,6 +38,7 @@ int run_winerror(const Args &args);
 int run_date(const Args &args);
 int run_settings(const Args &args);
 int run_printers(const Args &args);
+int run_print(const Args &args);
 int run_gaeb2xml(const Args &args);
 int run_xml2gaeb(const Args &args);
 int run_xml(const Args &args);

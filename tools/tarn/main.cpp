@@ -55,6 +55,18 @@ const std::vector<Command> &commands() {
          "\"clear\", removes them. \"copies\" says whether copies after the first go to the role\n"
          "\"Durchschlag\".\n",
          run_printers},
+        {"print", "print a print script or a plain text, or turn it into PDF or PNG pages",
+         "usage: tarn print SCRIPT [--pages FIRST-LAST] [--printer ROLE | -o OUT.pdf | -o OUT.png [--dpi N]]\n"
+         "       tarn print --list TEXTFILE [--job NAME] [--pages ...] [--printer ROLE | -o OUT.pdf | -o OUT.png]\n"
+         "Prints the pages of a print script (the spool files of the applications). Without --printer\n"
+         "each page goes to the role its script names (\"DEVICE\"), one job per run of pages on the\n"
+         "same role; with --printer all of them go to that role. -o writes a PDF file instead, or with\n"
+         "a name ending in \".png\" one image per page (OUT-1.png, OUT-2.png, ... at 150 dpi unless\n"
+         "--dpi says otherwise), on the sheet stored for the first page's role (A4 portrait without).\n"
+         "--pages takes \"2-5\", \"2-\" (to the end) or one page. --list lays out a plain text (UTF-8 or\n"
+         "ANSI) through the listing writer in Courier New, 63 lines a page, a form feed starting a new\n"
+         "page, and prints that. On Windows, PDF files need the printer \"Microsoft Print to PDF\".\n",
+         run_print},
         {"gaeb2xml", "convert a GAEB 2000 bracket file to XML",
          "usage: tarn gaeb2xml IN OUT [--plain]\n"
          "Reads IN in the GAEB 2000 bracket form (\"#begin[GAEB]\" ... \"#end[GAEB]\"; RTF long\n"

@@ -341,6 +341,14 @@ HDC create_memory_dc(int width, int height, int dpi) {
     return register_device(d);
 }
 
+bool save_png(HDC dc, const char *path) {
+    PrintDevice *d = print_device(dc);
+    if (!d || !d->printer.empty() || !d->surface || !path || fail_now(kCallCreateFile))
+        return false;
+    cairo_surface_flush(d->surface);
+    return cairo_surface_write_to_png(d->surface, path) == CAIRO_STATUS_SUCCESS;
+}
+
 bool memory_pixel(HDC dc, int x, int y, COLORREF *colour) {
     PrintDevice *d = print_device(dc);
     if (!d || !d->printer.empty() || !d->surface || x < 0 || y < 0 || x >= d->width ||

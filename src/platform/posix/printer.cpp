@@ -10,6 +10,7 @@
 #include <mutex>
 #include <set>
 
+#include "platform/paper.h"
 #include "platform/posix/print_device.h"
 #include "platform/syscall.h"
 
@@ -28,46 +29,9 @@ Devices &devices() {
     return *d;
 }
 
-struct Paper {
-    int16_t number;
-    double widthMm, heightMm;
-};
-// The sheets of the Windows paper numbers a stored device mode may name.
-const Paper kPapers[] = {
-    {1, 215.9, 279.4},   // Letter
-    {5, 215.9, 355.6},   // Legal
-    {8, 297.0, 420.0},   // A3
-    {9, 210.0, 297.0},   // A4
-    {11, 148.0, 210.0},  // A5
-    {13, 182.0, 257.0},  // B5 (JIS)
-    {20, 104.8, 241.3},  // envelope #10
-    {27, 110.0, 220.0},  // envelope DL
-    {28, 162.0, 229.0},  // envelope C5
-};
-
 // The destination's name as Windows programs see a printer: "queue" or "queue/instance".
 std::string dest_name(const cups_dest_t &d) {
     return d.instance ? std::string(d.name) + "/" + d.instance : std::string(d.name);
-}
-
-int dots(double mm) { return int(std::lround(mm / 25.4 * kPrintDpi)); }
-
-// The sheet of `mode` in dots: its paper number, or its own length and width (tenths of a
-// millimetre), turned for landscape.
-void sheet_of(const DEVMODEA *mode, int *width, int *height) {
-    double w = 210.0, h = 297.0;
-    if (mode && (mode->dmFields & DM_PAPERSIZE)) {
-        for (const Paper &p : kPapers)
-            if (p.number == mode->dmPaperSize) w = p.widthMm, h = p.heightMm;
-    }
-    if (mode && (mode->dmFields & DM_PAPERWIDTH) && mode->dmPaperWidth > 0)
-        w = mode->dmPaperWidth / 10.0;
-    if (mode && (mode->dmFields & DM_PAPERLENGTH) && mode->dmPaperLength > 0)
-        h = mode->dmPaperLength / 10.0;
-    if (mode && (mode->dmFields & DM_ORIENTATION) && mode->dmOrientation == DMORIENT_LANDSCAPE)
-        std::swap(w, h);
-    *width = dots(w);
-    *height = dots(h);
 }
 
 }  // namespace
@@ -111,7 +75,7 @@ HDC create_printer_dc(const char *driver, const char *name, const char *, const 
         device->hasMode = true;
         std::memcpy(&device->mode, mode, sizeof device->mode);
     }
-    sheet_of(device->hasMode ? &device->mode : nullptr, &device->width, &device->height);
+    sheet_dots(device->hasMode ? &device->mode : nullptr, kPrintDpi, &device->width, &device->height);
     return register_device(device);
 }
 
@@ -119,6 +83,10 @@ HDC create_printer_dc(const char *driver, const char *name, const char *, const 
 int edit_device_settings(HWND, const char *, const DEVMODEA *, std::vector<uint8_t> *out) {
     out->clear();
     return -1;
+}
+
+HDC create_pdf_dc(const DEVMODEA *mode) {
+    return create_printer_dc(kPdfPrinter, kPdfPrinter, "FILE:", mode, false);
 }
 
 HDC register_device(PrintDevice *device) {

@@ -3,12 +3,14 @@
 
 #include <windows.h>
 #include <olectl.h>
+#include <gdiplus.h>
 
 #include <algorithm>
 #include <mutex>
 #include <set>
 #include <vector>
 
+#include "platform/printer.h"
 #include "platform/syscall.h"
 
 namespace plat {
@@ -19,6 +21,7 @@ struct MemoryDevice {
     HBITMAP bitmap, previous;
     uint32_t *bits;
     int width, height;
+    int dpi;
 };
 struct MemoryDevices {
     std::mutex lock;
@@ -31,9 +34,9 @@ MemoryDevices &memory_devices() {
 
 // A font for `dc`; character height from the points, width from the pitch when one is given.
 HFONT make_font(HDC dc, const FontSpec &font) {
-    const int height = -MulDiv(int(font.points * 100 + 0.5), GetDeviceCaps(dc, LOGPIXELSY), 7200);
+    const int height = -MulDiv(int(font.points * 100 + 0.5), device_caps(dc, kCapDpiY), 7200);
     const int width = font.charWidthPoints > 0 ? MulDiv(int(font.charWidthPoints * 100 + 0.5),
-                                                        GetDeviceCaps(dc, LOGPIXELSX), 7200)
+                                                        device_caps(dc, kCapDpiX), 7200)
                                                : 0;
     return CreateFontA(height, width, 0, 0, font.weight, font.italic, font.underline,
                        font.strikeOut, ANSI_CHARSET, OUT_TT_PRECIS, CLIP_DEFAULT_PRECIS,
@@ -183,9 +186,9 @@ bool play_metafile(HDC dc, HENHMETAFILE emf) {
     if (!emf) return false;
     ENHMETAHEADER header = {};
     GetEnhMetaFileHeader(emf, sizeof header, &header);
-    const RECT frame = header.rclFrame;
-    const RECT box = {0, 0, MulDiv(frame.right - frame.left, GetDeviceCaps(dc, LOGPIXELSX), 2540),
-                      MulDiv(frame.bottom - frame.top, GetDeviceCaps(dc, LOGPIXELSY), 2540)};
+    const RECTL frame = header.rclFrame;
+    const RECT box = {0, 0, MulDiv(frame.right - frame.left, device_caps(dc, kCapDpiX), 2540),
+                      MulDiv(frame.bottom - frame.top, device_caps(dc, kCapDpiY), 2540)};
     const bool ok = PlayEnhMetaFile(dc, emf, &box) != FALSE;
     DeleteEnhMetaFile(emf);
     return ok;
@@ -202,10 +205,10 @@ bool draw_drawing_data(HDC dc, const void *data, size_t size) {
     return play_metafile(dc, SetEnhMetaFileBits(UINT(size), static_cast<const BYTE *>(data)));
 }
 
-// A screen-compatible device has the screen's resolution; the dpi asked for is the caller's
-// expectation of it, which the fonts follow only where the two agree.
-HDC create_memory_dc(int width, int height, int) {
-    if (width <= 0 || height <= 0) return nullptr;
+// A screen-compatible device has the screen's resolution; it answers with the dpi it was made
+// for, which coordinates and fonts follow (see device_caps).
+HDC create_memory_dc(int width, int height, int dpi) {
+    if (width <= 0 || height <= 0 || dpi <= 0) return nullptr;
     HDC dc = CreateCompatibleDC(nullptr);
     if (!dc) return nullptr;
     BITMAPINFO bi = {};
@@ -221,9 +224,41 @@ HDC create_memory_dc(int width, int height, int) {
     std::fill_n(static_cast<uint32_t *>(bits), size_t(width) * size_t(height), 0x00FFFFFFu);
     std::lock_guard<std::mutex> hold(memory_devices().lock);
     memory_devices().live.push_back(
-        {dc,
-         {bitmap, static_cast<HBITMAP>(previous), static_cast<uint32_t *>(bits), width, height}});
+        {dc, {bitmap, static_cast<HBITMAP>(previous), static_cast<uint32_t *>(bits), width, height,
+              dpi}});
     return dc;
+}
+
+// GDI+ writes the pixels of the DIB section as they are (32 bits, rows top-down).
+bool save_png(HDC dc, const char *path) {
+    if (!dc || !path || fail_now(kCallCreateFile)) return false;
+    static ULONG_PTR token = 0;
+    static std::once_flag started;
+    std::call_once(started, [] {
+        Gdiplus::GdiplusStartupInput input;
+        Gdiplus::GdiplusStartup(&token, &input, nullptr);
+    });
+    GdiFlush();
+    std::lock_guard<std::mutex> hold(memory_devices().lock);
+    for (const auto &entry : memory_devices().live) {
+        if (entry.first != dc) continue;
+        const MemoryDevice &m = entry.second;
+        const int n = MultiByteToWideChar(CP_ACP, 0, path, -1, nullptr, 0);
+        std::vector<WCHAR> wide(size_t(n > 0 ? n : 1), 0);
+        MultiByteToWideChar(CP_ACP, 0, path, -1, wide.data(), n);
+        Gdiplus::GpBitmap *bitmap = nullptr;
+        if (Gdiplus::DllExports::GdipCreateBitmapFromScan0(
+                m.width, m.height, m.width * 4, PixelFormat32bppRGB,
+                reinterpret_cast<BYTE *>(m.bits), &bitmap) != Gdiplus::Ok)
+            return false;
+        static const CLSID kPngEncoder = {
+            0x557cf406, 0x1a04, 0x11d3, {0x9a, 0x73, 0x00, 0x00, 0xf8, 0x1e, 0xf3, 0x2e}};
+        const bool saved = Gdiplus::DllExports::GdipSaveImageToFile(bitmap, wide.data(),
+                                                                  &kPngEncoder, nullptr) == Gdiplus::Ok;
+        Gdiplus::DllExports::GdipDisposeImage(bitmap);
+        return saved;
+    }
+    return false;
 }
 
 bool memory_pixel(HDC dc, int x, int y, COLORREF *colour) {
@@ -241,6 +276,18 @@ bool memory_pixel(HDC dc, int x, int y, COLORREF *colour) {
 }
 
 // Memory devices give their bitmap back before the device goes.
+bool memory_dc_info(HDC dc, int *width, int *height, int *dpi) {
+    std::lock_guard<std::mutex> hold(memory_devices().lock);
+    for (const auto &entry : memory_devices().live)
+        if (entry.first == dc) {
+            *width = entry.second.width;
+            *height = entry.second.height;
+            *dpi = entry.second.dpi;
+            return true;
+        }
+    return false;
+}
+
 bool release_memory_dc(HDC dc) {
     std::lock_guard<std::mutex> hold(memory_devices().lock);
     auto &live = memory_devices().live;

@@ -87,6 +87,15 @@ int edit_device_settings(HWND parent, const char *name, const DEVMODEA *mode,
     return result;
 }
 
+HDC create_pdf_dc(const DEVMODEA *mode) {
+    std::vector<PrinterInfo> list;
+    if (!list_printers(&list)) return nullptr;
+    for (const PrinterInfo &p : list)
+        if (p.name == "Microsoft Print to PDF")
+            return create_printer_dc(p.driver.c_str(), p.name.c_str(), p.port.c_str(), mode, false);
+    return nullptr;
+}
+
 // Defined with the memory devices (draw.cpp): gives a memory device's bitmap back.
 bool release_memory_dc(HDC dc);
 
@@ -96,8 +105,23 @@ bool delete_dc(HDC dc) {
     return DeleteDC(dc) != FALSE;
 }
 
+// Defined with the memory devices (draw.cpp): a memory device's image size and the dots per
+// inch it was made for; false for any other device.
+bool memory_dc_info(HDC dc, int *width, int *height, int *dpi);
+
+// A memory device is a page of its own size and resolution, not the screen it is compatible with.
 int device_caps(HDC dc, DeviceCap cap) {
     if (!dc) return 0;
+    int width = 0, height = 0, dpi = 0;
+    if (memory_dc_info(dc, &width, &height, &dpi)) switch (cap) {
+        case kCapDpiX:
+        case kCapDpiY: return dpi;
+        case kCapWidth:
+        case kCapPhysicalWidth: return width;
+        case kCapHeight:
+        case kCapPhysicalHeight: return height;
+        default: return 0;
+        }
     static const int kIndex[] = {LOGPIXELSX,    LOGPIXELSY,     HORZRES,         VERTRES,
                                  PHYSICALWIDTH, PHYSICALHEIGHT, PHYSICALOFFSETX, PHYSICALOFFSETY};
     return GetDeviceCaps(dc, kIndex[cap]);
