@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -119,9 +120,10 @@ bool take_line(PageReader &r, const std::string &word, const std::string &args, 
 void read_items_from_file(PageReader &r, HANDLE file, int count) {
     std::string line, word, args;
     int collected = 0;
-    while (collected < count && read_script_line(file, &line, kPaintLineChars)) {
+    ScriptReader reader(file);
+    while (collected < count && reader.next(&line, kPaintLineChars)) {
         split_command(line, &word, &args);
-        if (word == "GDI") skip_embedded_data(file, args);
+        if (word == "GDI") reader.skip(embedded_bytes(args));
         if (!take_line(r, word, args, nullptr, &collected)) break;
     }
 }
@@ -153,10 +155,29 @@ bool paint_line_text(HDC dc, const std::string &text, int l, int t, int r, int b
     }
 }
 
-void paint_text(HDC dc, const Item &item) {
-    const plat::FontSpec font = parse_font_spec(item.font);
+// A page uses a handful of fonts for many texts: each is read and measured once.
+struct Fonts {
+    struct Measured {
+        plat::FontSpec font;
+        int height;
+    };
+    std::map<std::string, Measured> known;
+
+    const Measured &of(HDC dc, const std::string &spec) {
+        auto at = known.find(spec);
+        if (at == known.end()) {
+            const plat::FontSpec font = parse_font_spec(spec);
+            at = known.emplace(spec, Measured{font, plat::text_height(dc, font)}).first;
+        }
+        return at->second;
+    }
+};
+
+void paint_text(HDC dc, const Item &item, Fonts &fonts) {
+    const Fonts::Measured &m = fonts.of(dc, item.font);
+    const plat::FontSpec &font = m.font;
     const int right = item.x + item.c3;
-    const int bottom = std::max(item.y + item.c4, item.y + plat::text_height(dc, font));
+    const int bottom = std::max(item.y + item.c4, item.y + m.height);
     if (paint_line_text(dc, item.text, item.x, item.y, right, bottom)) return;
     const plat::TextAlign align = item.kind == kRightText      ? plat::kAlignRight
                                   : item.kind == kCenteredText ? plat::kAlignCenter
@@ -195,11 +216,11 @@ void paint_fill(HDC dc, const Item &item) {
     }
 }
 
-void paint_item(HDC dc, const Item &item) {
+void paint_item(HDC dc, const Item &item, Fonts &fonts) {
     switch (item.kind) {
     case kLeftText:
     case kRightText:
-    case kCenteredText: paint_text(dc, item); break;
+    case kCenteredText: paint_text(dc, item, fonts); break;
     case kPicture:
         plat::draw_picture(dc, item.x, item.y, item.x + item.c3, item.y + item.c4,
                            item.text.c_str(),
@@ -262,7 +283,8 @@ TARN_API int32_t TARN_CALL koPrinterPageToDevice(HDC dc, HANDLE file, XML_Node *
     }
     if (std::atoi(value_of(page, "NoSort").c_str()) == 0 && r.items.size() > 1)
         sort_items(r.items);
-    for (const Item &item : r.items) paint_item(dc, item);
+    Fonts fonts;
+    for (const Item &item : r.items) paint_item(dc, item, fonts);
     plat::set_origin(dc, oldX, oldY);
     return 1;
 }

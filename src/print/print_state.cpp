@@ -18,14 +18,13 @@ double TARN_CALL read_decimal(XML_Node *, const char *text) {
 }  // namespace
 
 double decimal_value(const std::string &text) {
-    std::string number;
-    size_t i = 0;
+    char number[64];
+    size_t n = 0, i = 0;
     while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) ++i;
     if (i < text.size() && text[i] == '+') ++i;
-    for (; i < text.size() && number.size() < 64; ++i) number += text[i] == ',' ? '.' : text[i];
+    for (; i < text.size() && n < sizeof number; ++i) number[n++] = text[i] == ',' ? '.' : text[i];
     double value = 0.0;
-    const char *begin = number.c_str();
-    std::from_chars(begin, begin + number.size(), value, std::chars_format::fixed);
+    std::from_chars(number, number + n, value, std::chars_format::fixed);
     return std::isfinite(value) ? value : 0.0;
 }
 

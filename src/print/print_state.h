@@ -29,9 +29,28 @@ std::string job_name(XML_Node *index);
 // printers and the script painter agree on.
 int32_t centimetres_to_dots(double centimetres, int dpi);
 
-// One script line of at most `chars` characters from the file's position into `line`; false at
-// the end of the file. Longer lines are read on as further lines, as the file reader cuts them.
-bool read_script_line(HANDLE file, std::string *line, int chars);
+// Script lines from an open file, read in large blocks. A line is cut as the file layer's line
+// reader cuts it: at most `chars` characters, the rest read as a line of its own, a CR or NUL
+// ending the text while the line is consumed up to its LF.
+class ScriptReader {
+public:
+    // Reads from the file's current position.
+    explicit ScriptReader(HANDLE file);
+    // The next line; false at the end of the file.
+    bool next(std::string *line, int chars);
+    // Steps over `count` bytes (the data behind "GDI").
+    void skip(int64_t count);
+    // The file position of the next line.
+    int64_t position() const { return base_ + int64_t(at_); }
+
+private:
+    bool fill();
+    HANDLE file_;
+    std::string buffer_;
+    size_t at_ = 0;
+    int64_t base_ = 0;  // the file position of buffer_[0]
+    bool ended_ = false;
+};
 // A command line's word and its arguments (what follows the one blank behind the word).
 void split_command(const std::string &line, std::string *word, std::string *args);
 

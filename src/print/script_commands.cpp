@@ -6,10 +6,11 @@
 namespace tarn::print {
 
 Command command_of(const std::string &word) {
-    static const struct {
-        const char *word;
+    struct Word {
+        const char *text;
         Command command;
-    } kWords[] = {
+    };
+    static const Word kWords[] = {
         {"STARTJOB", Command::StartJob},   {"VARS", Command::Vars},
         {"INITPAGESIZE", Command::InitPageSize}, {"FONT", Command::Font},
         {"NEWFONT", Command::NewFont},     {"DEVICEMAP", Command::DeviceMap},
@@ -24,8 +25,12 @@ Command command_of(const std::string &word) {
         {"GDI", Command::Gdi},             {"ENDPAGE", Command::EndPage},
         {"ENDJOB", Command::EndJob},
     };
-    for (const auto &w : kWords)
-        if (word == w.word) return w.command;
+    // Every line of a script passes here: the words are told apart by length and first letter
+    // before any comparison of the whole word.
+    if (word.empty()) return Command::Unknown;
+    for (const Word &w : kWords)
+        if (w.text[0] == word[0] && std::strlen(w.text) == word.size() && word == w.text)
+            return w.command;
     return Command::Unknown;
 }
 
@@ -49,9 +54,9 @@ bool is_item(Command c) {
            c == Command::RgbFill || c == Command::Gdi;
 }
 
-void skip_embedded_data(HANDLE file, const std::string &args) {
-    const long n = std::strtol(args.c_str(), nullptr, 10);
-    if (n > 0) X_Seek(file, int32_t(n), 1);
+int64_t embedded_bytes(const std::string &args) {
+    const long long n = std::strtoll(args.c_str(), nullptr, 10);
+    return n > 0 ? int64_t(n) : 0;
 }
 
 }  // namespace tarn::print

@@ -25,8 +25,8 @@ enum ItemKind : int32_t {
 };
 ItemKind item_kind(Command c);
 
-// "GDI n" is followed by n bytes of drawing data: the reader steps over them.
-void skip_embedded_data(HANDLE file, const std::string &args);
+// "GDI n" is followed by n bytes of drawing data, which readers step over; 0 for no number.
+int64_t embedded_bytes(const std::string &args);
 
 // The index's root before "STARTJOB" names it, and again once "JobName" is made from its name.
 constexpr const char *kDefaultJobNode = "PrintJob";

@@ -56,11 +56,12 @@ TARN_API XML_Node *TARN_CALL koPrinterOpenXML(HANDLE file) {
     std::string line, word, args, printer = kStandardRole;
     XML_Node *page = nullptr;
     long long pageCount = 0, items = 0;
-    while (read_script_line(file, &line, kIndexLineChars)) {
+    ScriptReader reader(file);
+    while (reader.next(&line, kIndexLineChars)) {
         split_command(line, &word, &args);
         const Command c = command_of(word);
         if (c == Command::EndJob) break;
-        if (c == Command::Gdi) skip_embedded_data(file, args);
+        if (c == Command::Gdi) reader.skip(embedded_bytes(args));
         switch (c) {
         case Command::StartJob: koXML_SetName(root, args.c_str()); continue;
         case Command::Vars: store_vars(vars, args); continue;
@@ -75,7 +76,7 @@ TARN_API XML_Node *TARN_CALL koPrinterOpenXML(HANDLE file) {
             if (!page) break;
             items = 0;
             set_number(page, "Nr", ++pageCount);
-            set_number(page, "Offset", X_Seek(file, 0, 1));
+            set_number(page, "Offset", reader.position());
             set_number(page, "Count", 0);
             koXML_SetValueByName(page, "Drucker", printer.c_str());
             koXML_SetValueByName(page, "BkBmp", "");

@@ -1,4 +1,5 @@
 // Script lines as the file reader gives them, command words, and font specs.
+#include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <vector>
@@ -29,11 +30,59 @@ std::vector<std::string> fields(const std::string &text) {
 
 }  // namespace
 
-bool read_script_line(HANDLE file, std::string *line, int chars) {
-    std::vector<char> buffer(size_t(chars) + 1, '\0');
-    if (X_Readln(file, buffer.data(), chars + 1) == 0) return false;
-    line->assign(buffer.data());  // a CR in the line ended it, as it does for every reader
+ScriptReader::ScriptReader(HANDLE file) : file_(file) {
+    const int32_t at = X_Seek(file, 0, 1);
+    base_ = at < 0 ? 0 : at;
+    ended_ = at < 0;
+}
+
+// Appends the next block; false when the file has no more.
+bool ScriptReader::fill() {
+    if (ended_) return false;
+    constexpr int32_t kBlock = 16384;  // a few pages of a typical script
+    if (at_ > 0) {
+        buffer_.erase(0, at_);
+        base_ += int64_t(at_);
+        at_ = 0;
+    }
+    const size_t had = buffer_.size();
+    buffer_.resize(had + size_t(kBlock));
+    const int32_t got = X_lRead(file_, &buffer_[had], kBlock);
+    buffer_.resize(had + size_t(got > 0 ? got : 0));
+    if (got <= 0) ended_ = true;
+    return got > 0;
+}
+
+bool ScriptReader::next(std::string *line, int chars) {
+    const size_t reach = size_t(chars > 0 ? chars : 1);
+    size_t lf;
+    for (;;) {
+        lf = buffer_.find('\n', at_);
+        if (lf != std::string::npos && lf - at_ < reach) break;  // the whole line is here
+        if (buffer_.size() - at_ >= reach) {  // longer than the reader takes: cut it
+            lf = std::string::npos;
+            break;
+        }
+        if (!fill()) break;
+    }
+    if (at_ >= buffer_.size()) return false;
+    const bool whole = lf != std::string::npos && lf - at_ < reach;
+    const size_t take = whole ? lf - at_ : std::min(buffer_.size() - at_, reach);
+    const char *text = buffer_.data() + at_;
+    line->assign(text, size_t(std::find_if(text, text + take, [](char c) {
+                                  return c == '\r' || c == '\0';
+                              }) - text));
+    at_ += whole ? take + 1 : take;
     return true;
+}
+
+void ScriptReader::skip(int64_t count) {
+    while (count > 0) {
+        const size_t here = std::min(size_t(count), buffer_.size() - at_);
+        at_ += here;
+        count -= int64_t(here);
+        if (count > 0 && !fill()) return;
+    }
 }
 
 void split_command(const std::string &line, std::string *word, std::string *args) {

@@ -32,6 +32,9 @@ PrintDevice *painting(HDC dc) {
 
 std::string ansi_to_utf8(const char *text) {
     const int n = int(std::strlen(text));
+    // Most texts of a page are plain ASCII, which is UTF-8 as it stands.
+    if (std::all_of(text, text + n, [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
+        return std::string(text, size_t(n));
     std::vector<char16_t> wide(size_t(n) + 1);
     const int units = n ? mb_to_wide(0, text, n, wide.data(), n) : 0;
     std::string out;
@@ -71,12 +74,14 @@ PangoLayout *layout_for(PrintDevice *d, const FontSpec &font, const std::string 
     PangoFontDescription *fd = describe(font);
     pango_layout_set_font_description(layout, fd);
     pango_font_description_free(fd);
-    PangoAttrList *attrs = pango_attr_list_new();
-    if (font.underline)
-        pango_attr_list_insert(attrs, pango_attr_underline_new(PANGO_UNDERLINE_SINGLE));
-    if (font.strikeOut) pango_attr_list_insert(attrs, pango_attr_strikethrough_new(TRUE));
-    pango_layout_set_attributes(layout, attrs);
-    pango_attr_list_unref(attrs);
+    if (font.underline || font.strikeOut) {
+        PangoAttrList *attrs = pango_attr_list_new();
+        if (font.underline)
+            pango_attr_list_insert(attrs, pango_attr_underline_new(PANGO_UNDERLINE_SINGLE));
+        if (font.strikeOut) pango_attr_list_insert(attrs, pango_attr_strikethrough_new(TRUE));
+        pango_layout_set_attributes(layout, attrs);
+        pango_attr_list_unref(attrs);
+    }
     pango_layout_set_single_paragraph_mode(layout, TRUE);
     pango_layout_set_text(layout, utf8.c_str(), -1);
     return layout;
@@ -248,12 +253,20 @@ void draw_text(HDC dc, int left, int top, int right, int bottom, const char *tex
                                             : left + (right - left - width) / 2.0;
     const double y = top + (bottom - top - h) / 2.0;
     cairo_save(d->cr);
-    cairo_rectangle(d->cr, left, top, right - left, bottom - top);
-    cairo_clip(d->cr);
+    // A clip costs every PDF page a path: only text that would cross the box's edge gets one.
+    if (x < left || x + width > right || y < top || y + h > bottom) {
+        cairo_rectangle(d->cr, left, top, right - left, bottom - top);
+        cairo_clip(d->cr);
+    }
     set_colour(d->cr, colour);
-    cairo_translate(d->cr, x, y);
-    cairo_scale(d->cr, sx, 1.0);
-    cairo_move_to(d->cr, 0, 0);
+    // Only stretched text changes the matrix: cairo keeps runs of text under one matrix together.
+    if (sx != 1.0) {
+        cairo_translate(d->cr, x, y);
+        cairo_scale(d->cr, sx, 1.0);
+        cairo_move_to(d->cr, 0, 0);
+    } else {
+        cairo_move_to(d->cr, x, y);
+    }
     pango_cairo_show_layout(d->cr, layout);
     cairo_restore(d->cr);
     g_object_unref(layout);
