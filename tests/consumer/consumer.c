@@ -83,6 +83,18 @@ int main(void) {
         if (f) f->lpVtbl->Release(f);
     }
 
+    /* The listing writer, through its vtable; the double argument crosses the slot too */
+    {
+        ISprt_Protokoll *l = Create_Sprt_Protokoll();
+        long counts = 0;
+        if (l) {
+            counts = l->lpVtbl->GetLinesPerPage(l) * 100 + l->lpVtbl->AddRef(l) * 10 +
+                     l->lpVtbl->SetLeftMargin(l, 1.5) + l->lpVtbl->Release(l);
+            l->lpVtbl->Release(l);
+        }
+        check_long("ISprt_Protokoll slots", counts, 6300 + 20 + 1 + 1);
+    }
+
     /* Formula texts */
     check_double("koMultilineEval", koMultilineEval("Wand: 2,5*4=\nTuer: -0,9*2=\n"), 8.2);
 
