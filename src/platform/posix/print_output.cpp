@@ -81,6 +81,7 @@ bool submit_to_cups(const std::string &printer, const std::string &path, const s
                             : mode->dmPaperSize == DMPAPER_A3     ? "A3"
                             : mode->dmPaperSize == DMPAPER_A5     ? "A5"
                             : mode->dmPaperSize == DMPAPER_LETTER ? "Letter"
+                            : mode->dmPaperSize == DMPAPER_LEGAL  ? "Legal"
                                                                   : nullptr;
         if (media) n = cupsAddOption("media", media, n, &options);
     }
