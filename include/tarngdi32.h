@@ -1038,6 +1038,123 @@ TARN_API char *TARN_CALL tarnGdiGetFontMap(int32_t index, int32_t fontNo, char *
 /* Writes it; the profile write's result. */
 TARN_API int32_t TARN_CALL tarnGdiSetFontMap(int32_t index, int32_t fontNo, const char *spec);
 
+/* ---- System services: programs, registration entries, the local file cache -----------------
+ * ExecuteExternalProcess starts another program under the small modal dialog "DlgExec" (from the
+ * DLL's resources on Windows, through the UI provider elsewhere; without either the wait runs
+ * without a dialog). On Linux the command line is split as Windows programs split theirs (blanks,
+ * double quotes, backslashes before quotes), the program is looked up on PATH, and a line that
+ * needs a shell (pipes, redirections, variables) runs under /bin/sh -c. */
+
+/* Starts commandLine in workDir (NULL: the current folder). With waitForEnd the call returns once
+   the program has ended; with limitWait it waits at most limitCount - 1 rounds of about a second
+   (a count of 1 or less: not at all) and the program runs on. 1 when the program had been started
+   when the wait ended, 0 for a NULL command line or a program that could not be started. */
+TARN_API int32_t TARN_CALL ExecuteExternalProcess(HWND parent, const char *commandLine,
+                                                  const char *workDir, int32_t waitForEnd,
+                                                  int32_t limitWait, int32_t limitCount);
+
+/* Registration entries of automation classes, interfaces and type libraries under
+   HKEY_CLASSES_ROOT (on Linux in the library's registry store, where koReg* and `tarn settings`
+   read them). One entry of a component's server table: five pointer-sized cells. */
+typedef struct HKR_ServerEntry {
+    const char *programName;   /* first part of the program identifier */
+    const char *interfaceName; /* NULL: the entry registers no interface */
+    const char *classText;     /* NULL: the entry registers no class */
+    const GUID *iid;
+    const GUID *clsid;
+} HKR_ServerEntry;
+
+/* Creates (or opens) the key; with a value also sets its unnamed string value. 1, or 0. */
+TARN_API int32_t TARN_CALL HKR_Insert(const char *key, const char *value);
+/* Deletes a key without subkeys; 1, or 0 (also when it does not exist). */
+TARN_API int32_t TARN_CALL HKR_Delete(const char *key);
+/* "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" (38 characters, upper case) into out; out. */
+TARN_API char *TARN_CALL Guid2Ansi(char *out, const GUID *id);
+/* The module's full file name (at most 256 characters, "" when longer) into out; out. */
+TARN_API char *TARN_CALL GetTlbFileName(char *out, HMODULE module);
+/* "Interface\{iid}" with the name; 1 or 0. Unregistering answers the delete's result. */
+TARN_API int32_t TARN_CALL HKR_RegisterInterface(const GUID *iid, const char *name);
+TARN_API int32_t TARN_CALL HKR_UnregisterInterface(const GUID *iid);
+/* An in-process class: "CLSID\{clsid}" (text), its "InprocServer32" (the module's file),
+   "ProgID" (name alone), "name.text" (text) and "name.text\CLSID"; 1, or 0 at the first key that
+   cannot be written (earlier keys stay). Unregistering deletes them children first and answers 1. */
+TARN_API int32_t TARN_CALL HKR_RegisterClass(const GUID *clsid, const char *name,
+                                             const char *text, HMODULE module);
+TARN_API int32_t TARN_CALL HKR_UnregisterClass(const GUID *clsid, const char *name,
+                                               const char *text);
+/* The same for an application: "LocalServer32" and the description "name text". */
+TARN_API int32_t TARN_CALL HKR_RegisterApplication(const GUID *clsid, const char *name,
+                                                   const char *text, HMODULE module);
+TARN_API int32_t TARN_CALL HKR_UnregisterApplication(const GUID *clsid, const char *name,
+                                                     const char *text);
+/* "typelib\{libid}", its "1.0" (libName), "1.0\0" and "1.0\0\win32" (file); 1 or 0.
+   Unregistering deletes them children first and answers the last delete's result. */
+TARN_API int32_t TARN_CALL HKR_RegisterTlb(const GUID *libid, const char *libName,
+                                           const char *file);
+TARN_API int32_t TARN_CALL HKR_UnregisterTlb(const GUID *libid);
+/* Registers every interface and class of the table, then the type library (none for a NULL or
+   all-zero libid); 0 on success, 1 after removing everything again at the first failure. */
+TARN_API int32_t TARN_CALL HKR_RegisterDLLServer(int32_t count, const HKR_ServerEntry *table,
+                                                 HMODULE module, const GUID *libid,
+                                                 const char *libName);
+/* Removes the type library and the table's entries, last first; always 0. */
+TARN_API int32_t TARN_CALL HKR_UnregisterDLLServer(int32_t count, const HKR_ServerEntry *table,
+                                                   HMODULE module, const GUID *libid);
+
+/* The local file cache: copies of files in the temporary folder, "$KELVO$" + file name + ".tmp".
+   The cache folder with its separator into buffer (cut to size); 1, or 0 for a NULL buffer. */
+TARN_API int32_t TARN_CALL koGetCachePath(char *buffer, int32_t size);
+/* The name of a local copy of source, made when there is none yet (an existing copy is used
+   however old); on any failure, and when the name does not fit, source's own name (cut to size).
+   A NULL buffer uses a static one of 300 bytes. Returns the buffer. */
+TARN_API char *TARN_CALL koGetCacheName(const char *source, char *buffer, int32_t size);
+/* Deletes every cache file (files in use stay); 1, or -1 when there were none. */
+TARN_API int32_t TARN_CALL koDropCacheFiles(void);
+
+/* ---- Language layer --------------------------------------------------------------------------
+ * Texts of windows, dialog controls and menus pass through the current translator: the
+ * application's IkoLanguageLayer object, or the library's default one, which copies them
+ * unchanged (with the current id -2 it writes the marker "TranslateTextA(-2,..)" instead). The
+ * library's own dialogs pass their title and texts through it too. */
+
+typedef struct IkoLanguageLayer IkoLanguageLayer;
+typedef struct IkoLanguageLayerVtbl {
+    /* IID_IkoLanguageLayer or IUnknown: the object, 0; anything else: NULL, 0x80004002. */
+    int32_t(TARN_CALL *QueryInterface)(IkoLanguageLayer *self, const GUID *iid, void **object);
+    uint32_t(TARN_CALL *AddRef)(IkoLanguageLayer *self);
+    uint32_t(TARN_CALL *Release)(IkoLanguageLayer *self);
+    /* Translates src into dst (size bytes with the terminator); id 0 means the current id. */
+    int32_t(TARN_CALL *TranslateTextA)(IkoLanguageLayer *self, int32_t id, const char *src,
+                                       char *dst, int32_t size);
+    int32_t(TARN_CALL *SetCurrentId)(IkoLanguageLayer *self, int32_t id);
+    int32_t(TARN_CALL *GetCurrentId)(IkoLanguageLayer *self, int32_t *id);
+} IkoLanguageLayerVtbl;
+struct IkoLanguageLayer {
+    const IkoLanguageLayerVtbl *lpVtbl;
+};
+/* {2BEBF72D-9B13-47C2-AC34-0D6612603AAD} */
+#define TARN_IID_IKOLANGUAGELAYER                                                                   \
+    { 0x2BEBF72D, 0x9B13, 0x47C2, { 0xAC, 0x34, 0x0D, 0x66, 0x12, 0x60, 0x3A, 0xAD } }
+
+/* Releases the current translator, installs layer (NULL: the default one) and takes a reference
+   on it; 0. */
+TARN_API int32_t TARN_CALL koSetLanguageLayer(IkoLanguageLayer *layer);
+/* The current translator's QueryInterface for IkoLanguageLayer: its result, the object in *out. */
+TARN_API int32_t TARN_CALL koQueryLanguageLayer(IkoLanguageLayer **out);
+/* Translates the window's text (at most 127 characters) in place; 0. */
+TARN_API int32_t TARN_CALL koLanguageTranslateWindowText(HWND window);
+/* Translates the direct children that are text statics or text buttons (not icons, not
+   owner-drawn); 0. */
+TARN_API int32_t TARN_CALL koLanguageTranslateAllStaticChilds(HWND parent);
+/* Translates every item of the menu and its submenus; the text after a tab (the shortcut) is kept
+   as it is and the translation gets 79 bytes less the shortcut's length; 0. */
+TARN_API int32_t TARN_CALL koLanguageTranslateMenu(HMENU menu);
+/* A window procedure for subclassed controls: the get-text message (13) answers the translated
+   text of the class's own procedure (its length); everything else goes to the class's
+   procedure unchanged. */
+TARN_API intptr_t TARN_CALL koLanguageLayerWndProc(HWND window, uint32_t msg, uintptr_t wParam,
+                                                   intptr_t lParam);
+
 /* ---- User interface provider ----------------------------------------------------------------
  * Message boxes, modal dialogs and progress reports of the library go to the provider an
  * application installs. Without one, Windows shows its own boxes and the dialogs of the DLL's
@@ -1072,6 +1189,19 @@ typedef struct TarnUiProvider {
        provider paints its pages with koPrinterOpenXML and koPrinterPageToDevice. Optional: a
        provider whose size ends before it has none. */
     void(TARN_CALL *preview)(void *context, const char *script, HWND parent);
+    /* An application's own windows and menus, which the language layer reads and changes where
+       the system has none (all optional; texts in the ANSI code page, lengths without the
+       terminator). Without them the window and menu translations change nothing on Linux. */
+    int32_t(TARN_CALL *windowClass)(void *context, HWND window, char *name, int32_t size);
+    uint32_t(TARN_CALL *windowStyle)(void *context, HWND window);
+    int32_t(TARN_CALL *windowText)(void *context, HWND window, char *text, int32_t size);
+    void(TARN_CALL *setWindowText)(void *context, HWND window, const char *text);
+    HWND(TARN_CALL *windowChild)(void *context, HWND parent, int32_t index); /* NULL past the last */
+    int32_t(TARN_CALL *menuItemCount)(void *context, HMENU menu);
+    int32_t(TARN_CALL *menuItemText)(void *context, HMENU menu, int32_t position, char *text,
+                                     int32_t size);
+    void(TARN_CALL *setMenuItemText)(void *context, HMENU menu, int32_t position, const char *text);
+    HMENU(TARN_CALL *subMenu)(void *context, HMENU menu, int32_t position);
 } TarnUiProvider;
 
 /* Installs a copy of *provider (members beyond its size stay empty); NULL removes it. */

@@ -106,6 +106,8 @@ void plat::on_process_detach() {
     using namespace tarn;
     FrameState &f = frame();
     if (f.attachCount == 0 || --f.attachCount != 0) return;
+    // The application's translator is let go while its code is still loaded.
+    koSetLanguageLayer(nullptr);
     f.autoYield = 0;
     plat::sleep_ms(4);
     const HINSTANCE inst = module_instance();

@@ -48,7 +48,13 @@ int get_item_text(HWND dialog, int32_t id, char *text, int size);
 bool set_item_text(HWND dialog, int32_t id, const char *text);
 void limit_item_text(HWND dialog, int32_t id, int chars);
 void focus_next(HWND dialog);
+// Ends the dialog with that result; may be called from another thread than the dialog's.
 void end_dialog(HWND dialog, intptr_t result);
+// Queues command id to a system dialog, which handles it when its loop next runs; false for a
+// provider's dialog, which has no queue.
+bool post_command(HWND dialog, int32_t id);
+// Whether a dialog can be shown at all: a provider is installed or the system has dialogs.
+bool dialogs_available();
 // Lists: items are appended in order; selecting from here sends no notification.
 void add_list_item(HWND dialog, int32_t id, const char *text);
 // The selected item's text into text; its length ("" and 0 when nothing is selected).

@@ -2,6 +2,7 @@
 // the DLL's resources. The same dialog procedure serves both; for a provider's dialog the
 // window handle it receives is the dialog object.
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <mutex>
 #include <set>
@@ -10,6 +11,7 @@
 
 #include "export.h"
 #include "lib/base_state.h"
+#include "lib/language.h"
 #include "lib/ui.h"
 #include "platform/dialog.h"
 
@@ -19,8 +21,10 @@ struct TarnUiDialog {
     std::vector<std::string> texts;  // a list's: its selected item; a check box's: "1" or "0"
     std::vector<int> limits;
     std::vector<std::vector<std::string>> items;  // lists only
+    std::string title;                            // through the language layer
+    std::vector<std::string> labels;
     int focus = 0;                                // index into the controls
-    bool ended = false;
+    std::atomic<bool> ended{false};  // may be set by a thread of the dialog's own (see end_dialog)
     intptr_t result = 0;
 };
 
@@ -74,18 +78,64 @@ void move_focus(TarnUiDialog *d, int to) {
         send_command(d, d->layout->controls[from].id, kEditKillFocus);
 }
 
+// A system dialog's own procedure and parameter, handed through WM_INITDIALOG to the procedure
+// that translates the dialog's texts once it has set them up.
+struct Translated {
+    DialogProc proc;
+    intptr_t param;
+};
+
+struct SystemDialogs {
+    std::mutex lock;
+    std::vector<std::pair<HWND, Translated>> open;
+};
+SystemDialogs &system_dialogs() {
+    static SystemDialogs *s = new SystemDialogs;
+    return *s;
+}
+
+intptr_t TARN_CALL translating_proc(HWND dialog, uint32_t msg, uintptr_t wParam, intptr_t lParam) {
+    Translated t{nullptr, 0};
+    if (msg == kInitDialog) {
+        t = *reinterpret_cast<const Translated *>(lParam);
+        std::lock_guard<std::mutex> g(system_dialogs().lock);
+        system_dialogs().open.emplace_back(dialog, t);
+    } else {
+        std::lock_guard<std::mutex> g(system_dialogs().lock);
+        for (const auto &entry : system_dialogs().open)
+            if (entry.first == dialog) t = entry.second;
+    }
+    if (!t.proc) return 0;  // messages before WM_INITDIALOG
+    const intptr_t r = t.proc(dialog, msg, wParam, msg == kInitDialog ? t.param : lParam);
+    if (msg == kInitDialog) {
+        koLanguageTranslateWindowText(dialog);
+        koLanguageTranslateAllStaticChilds(dialog);
+    }
+    return r;
+}
+
+intptr_t run_system_dialog(HWND parent, const DialogLayout &layout, DialogProc proc,
+                           intptr_t param) {
+    Translated t{proc, param};
+    const intptr_t r = plat::run_resource_dialog(module_instance(), layout.name, parent,
+                                                 translating_proc, reinterpret_cast<intptr_t>(&t));
+    std::lock_guard<std::mutex> g(system_dialogs().lock);
+    auto &open = system_dialogs().open;
+    for (auto it = open.begin(); it != open.end();)
+        it = it->second.proc == proc && it->second.param == param ? open.erase(it) : it + 1;
+    return r < 0 ? 0 : r;
+}
+
 }  // namespace
 
 intptr_t run_dialog(HWND parent, const DialogLayout &layout, DialogProc proc, intptr_t param) {
     const TarnUiProvider *p = provider();
-    if (!p || !p->runDialog) {
-        const intptr_t r =
-            plat::run_resource_dialog(module_instance(), layout.name, parent, proc, param);
-        return r < 0 ? 0 : r;
-    }
+    if (!p || !p->runDialog) return run_system_dialog(parent, layout, proc, param);
     TarnUiDialog d;
     d.layout = &layout;
     d.proc = proc;
+    d.title = lang::translated(layout.title);
+    for (int i = 0; i < layout.count; ++i) d.labels.push_back(lang::translated(layout.controls[i].label));
     d.texts.resize(size_t(layout.count));
     d.limits.assign(size_t(layout.count), 0);
     d.items.resize(size_t(layout.count));
@@ -143,11 +193,24 @@ void focus_next(HWND dialog) {
     }
 }
 
+// Safe from any thread: a provider's dialog is ended under the lock that keeps it listed, so a
+// dialog that has just gone is left alone.
 void end_dialog(HWND dialog, intptr_t result) {
-    TarnUiDialog *d = provider_dialog(dialog);
-    if (!d) return plat::end_dialog(dialog, result);
-    d->ended = true;
-    d->result = result;
+    {
+        std::lock_guard<std::mutex> g(open_dialogs().lock);
+        auto *d = reinterpret_cast<TarnUiDialog *>(dialog);
+        if (open_dialogs().live.count(d)) {
+            d->result = result;
+            d->ended = true;
+            return;
+        }
+    }
+    plat::end_dialog(dialog, result);
+}
+
+bool post_command(HWND dialog, int32_t id) {
+    if (provider_dialog(dialog)) return false;
+    return plat::post_dialog_command(dialog, id);
 }
 
 int list_selection(HWND dialog, int32_t id, char *text, int size) {
@@ -212,7 +275,7 @@ TARN_API const char *TARN_CALL tarnUiDialogName(TarnUiDialog *d) {
 
 TARN_API const char *TARN_CALL tarnUiDialogTitle(TarnUiDialog *d) {
     d = running(d);
-    return d ? d->layout->title : nullptr;
+    return d ? d->title.c_str() : nullptr;
 }
 
 TARN_API int32_t TARN_CALL tarnUiDialogControlCount(TarnUiDialog *d) {
@@ -227,7 +290,7 @@ TARN_API int32_t TARN_CALL tarnUiDialogControl(TarnUiDialog *d, int32_t index, i
     const ControlLayout &c = d->layout->controls[index];
     if (id) *id = c.id;
     if (kind) *kind = c.kind;
-    if (label) *label = c.label;
+    if (label) *label = d->labels[size_t(index)].c_str();
     return 1;
 }
 

@@ -41,6 +41,8 @@ void progress(const char *text, int32_t percent) {
         p->progress(p->context, text ? text : "", percent);
 }
 
+bool dialogs_available() { return provider() != nullptr || plat::system_dialogs(); }
+
 bool preview(const char *script, HWND parent) {
     const TarnUiProvider *p = provider();
     if (!p || !p->preview || !script) return false;

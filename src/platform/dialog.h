@@ -10,6 +10,10 @@ using DialogProc = intptr_t(TARN_CALL *)(HWND, uint32_t, uintptr_t, intptr_t);
 // Runs the dialog resource `name` of `module` modally; -1 when the system has no such dialogs.
 intptr_t run_resource_dialog(HINSTANCE module, const char *name, HWND parent, DialogProc proc,
                              intptr_t param);
+// Whether this system shows the resource dialogs itself (Windows) or has none (elsewhere).
+bool system_dialogs();
+// Posts WM_COMMAND id to the dialog; false when it cannot be queued.
+bool post_dialog_command(HWND dialog, int32_t id);
 int dialog_item_text(HWND dialog, int32_t id, char *text, int size);
 bool set_dialog_item_text(HWND dialog, int32_t id, const char *text);
 void limit_dialog_item_text(HWND dialog, int32_t id, int chars);

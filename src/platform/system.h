@@ -28,6 +28,9 @@ int full_path(const char *path, char *out, int size, char **filePart);
 // The process's current folder ("" when it cannot be read), and changing it (false on failure).
 std::string current_directory();
 bool set_current_directory(const char *path);
+// The identifier as the system writes it: "{" 8-4-4-4-12 upper-case hex digits "}", 38
+// characters and a terminator into out (StringFromCLSID); false when it cannot be made.
+bool guid_text(const GUID &id, TARN_WCHAR out[39]);
 // True for a character that separates path components on this system.
 bool is_path_separator(char c);
 

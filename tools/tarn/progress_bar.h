@@ -16,8 +16,10 @@ class ProgressBar {
 public:
     ProgressBar() {
         if (!stderr_is_terminal()) return;
-        const TarnUiProvider provider = {sizeof provider, this, nullptr, nullptr,
-                                         &ProgressBar::report, nullptr};
+        TarnUiProvider provider = {};
+        provider.size = sizeof provider;
+        provider.context = this;
+        provider.progress = &ProgressBar::report;
         tarnSetUiProvider(&provider);
         koXML_SetStatusWindow(progress_window());
         active_ = true;

@@ -4,6 +4,8 @@
 namespace plat {
 
 intptr_t run_resource_dialog(HINSTANCE, const char *, HWND, DialogProc, intptr_t) { return -1; }
+bool system_dialogs() { return false; }
+bool post_dialog_command(HWND, int32_t) { return false; }
 
 int dialog_item_text(HWND, int32_t, char *text, int size) {
     if (text && size > 0) text[0] = '\0';

@@ -7,6 +7,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -65,6 +66,16 @@ int module_file_name(HMODULE module, char *out, int size) {
     ModuleLookup m{reinterpret_cast<uintptr_t>(module), {}};
     dl_iterate_phdr(find_module, &m);
     return copy_out(m.name, out, size);
+}
+
+bool guid_text(const GUID &id, TARN_WCHAR out[39]) {
+    char text[40];
+    std::snprintf(text, sizeof text, "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}",
+                  unsigned(id.Data1), unsigned(id.Data2), unsigned(id.Data3), id.Data4[0],
+                  id.Data4[1], id.Data4[2], id.Data4[3], id.Data4[4], id.Data4[5], id.Data4[6],
+                  id.Data4[7]);
+    for (int i = 0; i < 39; ++i) out[i] = TARN_WCHAR(static_cast<unsigned char>(text[i]));
+    return true;
 }
 
 std::string current_directory() {

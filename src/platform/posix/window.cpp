@@ -56,4 +56,23 @@ void set_window_text(HWND, const char *) {}
 
 void yield_to_others() {}
 
+int window_text(HWND, char *text, int size) {
+    if (text && size > 0) text[0] = '\0';
+    return 0;
+}
+int window_class(HWND, char *name, int size) {
+    if (name && size > 0) name[0] = '\0';
+    return 0;
+}
+uint32_t window_style(HWND) { return 0; }
+HWND window_child(HWND, int) { return nullptr; }
+int menu_item_count(HMENU) { return -1; }
+int menu_item_text(HMENU, int, char *text, int size) {
+    if (text && size > 0) text[0] = '\0';
+    return 0;
+}
+bool set_menu_item_text_at(HMENU, int, const char *) { return false; }
+HMENU sub_menu(HMENU, int) { return nullptr; }
+intptr_t call_class_proc(HWND, uint32_t, uintptr_t, intptr_t) { return 0; }
+
 }  // namespace plat

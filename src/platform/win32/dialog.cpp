@@ -9,6 +9,12 @@ intptr_t run_resource_dialog(HINSTANCE module, const char *name, HWND parent, Di
     return DialogBoxParamA(module, name, parent, reinterpret_cast<DLGPROC>(proc), param);
 }
 
+bool system_dialogs() { return true; }
+
+bool post_dialog_command(HWND dialog, int32_t id) {
+    return PostMessageA(dialog, WM_COMMAND, WPARAM(uint32_t(id) & 0xFFFF), 0) != FALSE;
+}
+
 int dialog_item_text(HWND dialog, int32_t id, char *text, int size) {
     return int(GetDlgItemTextA(dialog, id, text, size));
 }

@@ -1,6 +1,7 @@
 #include "platform/system.h"
 
 #include <windows.h>
+#include <objbase.h>
 
 namespace plat {
 
@@ -41,6 +42,15 @@ int module_file_name(HMODULE module, char *out, int size) {
     DWORD n = GetModuleFileNameA(module, out, DWORD(size));
     if (n == 0 || n >= DWORD(size)) return 0;
     return int(n);
+}
+
+bool guid_text(const GUID &id, TARN_WCHAR out[39]) {
+    LPOLESTR text = nullptr;
+    if (FAILED(StringFromCLSID(id, &text)) || !text) return false;
+    const bool whole = lstrlenW(text) == 38;
+    if (whole) lstrcpyW(out, text);
+    CoTaskMemFree(text);
+    return whole;
 }
 
 std::string current_directory() {

@@ -70,6 +70,40 @@ BOOL set_menu_item_text(HMENU menu, uint32_t commandId, const char *text) {
 
 void set_window_text(HWND wnd, const char *text) { SetWindowTextA(wnd, text ? text : ""); }
 
+int window_text(HWND wnd, char *text, int size) { return GetWindowTextA(wnd, text, size); }
+
+int window_class(HWND wnd, char *name, int size) { return GetClassNameA(wnd, name, size); }
+
+uint32_t window_style(HWND wnd) { return uint32_t(GetWindowLongA(wnd, GWL_STYLE)); }
+
+HWND window_child(HWND parent, int index) {
+    HWND child = GetWindow(parent, GW_CHILD);
+    for (int i = 0; child && i < index; ++i) child = GetWindow(child, GW_HWNDNEXT);
+    return child;
+}
+
+int menu_item_count(HMENU menu) { return GetMenuItemCount(menu); }
+
+int menu_item_text(HMENU menu, int position, char *text, int size) {
+    return GetMenuStringA(menu, UINT(position), text, size, MF_BYPOSITION);
+}
+
+bool set_menu_item_text_at(HMENU menu, int position, const char *text) {
+    MENUITEMINFOA info;
+    ZeroMemory(&info, sizeof info);
+    info.cbSize = sizeof info;
+    info.fMask = MIIM_STRING;
+    info.dwTypeData = const_cast<char *>(text);
+    return SetMenuItemInfoA(menu, UINT(position), TRUE, &info) != FALSE;
+}
+
+HMENU sub_menu(HMENU menu, int position) { return GetSubMenu(menu, position); }
+
+intptr_t call_class_proc(HWND wnd, uint32_t msg, uintptr_t wParam, intptr_t lParam) {
+    const auto proc = reinterpret_cast<WNDPROC>(GetClassLongPtrA(wnd, GCLP_WNDPROC));
+    return proc ? CallWindowProcA(proc, wnd, msg, wParam, lParam) : 0;
+}
+
 void yield_to_others() {
     MSG msg;
     while (PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE)) {
