@@ -95,6 +95,19 @@ int main(void) {
         check_long("ISprt_Protokoll slots", counts, 6300 + 20 + 1 + 1);
     }
 
+    /* The language layer's default translator, through its vtable */
+    {
+        IkoLanguageLayer *layer = NULL;
+        char out[32] = {0};
+        long ok = koQueryLanguageLayer(&layer) == 0 && layer &&
+                  layer->lpVtbl->TranslateTextA(layer, -2, "Datei", out, sizeof out) == 0;
+        check_long("IkoLanguageLayer calls", ok, 1);
+        check_text("TranslateTextA(-2)", out, "TranslateTextA(-2,..)");
+    }
+
+    /* A server table's layout: five pointer-sized cells an entry */
+    check_long("HKR_ServerEntry size", (long)sizeof(HKR_ServerEntry), (long)(5 * sizeof(void *)));
+
     /* Formula texts */
     check_double("koMultilineEval", koMultilineEval("Wand: 2,5*4=\nTuer: -0,9*2=\n"), 8.2);
 

@@ -60,6 +60,20 @@ void dialog_list_choose(SystemDialog d, int id, int index);    // selects, as a 
 bool dialog_checked(SystemDialog d, int id);
 void dialog_press(SystemDialog d, int id);  // a button (IDOK 1, IDCANCEL 2) or a check box
 
+// This test program's command line with `args` (quoted as Windows programs split them), for
+// calls that take a command line.
+std::string self_command_line(const std::vector<std::string> &args);
+
+// Real windows and menus of the system (Windows only; elsewhere null and ""): a window of a
+// class with a text and style, a child when `parent` is given; a menu with items appended.
+void *create_window(const char *cls, const char *text, uint32_t style, void *parent);
+std::string window_text(void *window);
+void destroy_window(void *window);
+void *create_menu();
+void append_menu_item(void *menu, const char *text, void *submenu);
+std::string menu_item_text(void *menu, int position);
+void destroy_menu(void *menu);
+
 // What a shell command prints on standard output; "" where there is no shell to run it.
 std::string command_output(const std::string &command);
 // Sets an environment variable of this process; nullptr puts back what the process had before

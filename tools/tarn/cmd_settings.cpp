@@ -29,6 +29,27 @@ int run_settings(const Args &args) {
             words.push_back(args[i]);
         }
     }
+    // "registry ROOT KEY [NAME]": one string value of any key (NAME missing: the unnamed one),
+    // such as the registration entries under HKEY_CLASSES_ROOT.
+    if (!words.empty() && words[0] == "registry") {
+        if (words.size() < 3 || words.size() > 4) return usage_error(cmd, "registry expects ROOT KEY [NAME]");
+        static const struct {
+            const char *name, *alias;
+            HKEY root;
+        } kRoots[] = {{"HKEY_CLASSES_ROOT", "HKCR", HKEY_CLASSES_ROOT},
+                      {"HKEY_CURRENT_USER", "HKCU", HKEY_CURRENT_USER},
+                      {"HKEY_LOCAL_MACHINE", "HKLM", HKEY_LOCAL_MACHINE},
+                      {"HKEY_USERS", "HKU", HKEY_USERS}};
+        HKEY root = nullptr;
+        for (const auto &r : kRoots)
+            if (words[1] == r.name || words[1] == r.alias) root = r.root;
+        if (!root) return usage_error(cmd, "unknown root \"" + words[1] + "\"");
+        std::vector<char> value(32768, '\0');
+        const int32_t found = tarnGetRegString_Ex(root, words[2].c_str(), words.size() == 4 ? words[3].c_str() : nullptr,
+                                                  value.data(), uint32_t(value.size()), 0);
+        if (found) std::printf("%s\n", value.data());
+        return found ? kOk : kFailure;
+    }
     if (words.size() < 3) return usage_error(cmd, "expects an action, FILE and SECTION");
     const std::string &action = words[0];
     const char *file = words[1].c_str();

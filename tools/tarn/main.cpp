@@ -36,10 +36,13 @@ const std::vector<Command> &commands() {
          "       tarn settings [--type 0..3] set FILE SECTION KEY VALUE\n"
          "       tarn settings [--type 0..3] delete FILE SECTION [KEY]\n"
          "       tarn settings [--type 0..3] list FILE SECTION\n"
+         "       tarn settings registry ROOT KEY [NAME]\n"
          "Profile values as the applications keep them. --type chooses the store: 0 registry of\n"
          "the default user, 1 of the current user, 2 INI files per computer and user, 3 shared\n"
          "INI files. Without it, the type the library settles on at start. \"get\" exits with 1\n"
-         "when a registry value is missing (the default, an empty text, is printed).\n",
+         "when a registry value is missing (the default, an empty text, is printed). \"registry\"\n"
+         "prints a string value of any key (the unnamed one without NAME) under HKCR, HKCU, HKLM\n"
+         "or HKU, such as the registration entries of components; it exits with 1 when there is none.\n",
          run_settings},
         {"printers", "list the printers and the roles the applications print to",
          "usage: tarn printers\n"

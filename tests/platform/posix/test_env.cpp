@@ -73,6 +73,12 @@ Child start_self(const std::vector<std::string> &args) {
     return Child{pid};
 }
 
+std::string self_command_line(const std::vector<std::string> &args) {
+    std::string line = "\"" + self + "\"";
+    for (const auto &a : args) line += " \"" + a + "\"";
+    return line;
+}
+
 int wait_child(Child c) {
     int status = 0;
     if (c.id <= 0 || waitpid(pid_t(c.id), &status, 0) < 0) return -1;

@@ -1,5 +1,5 @@
 // Driving a dialog of the DLL's resources as a user would: from a second thread, with the
-// messages its controls send when they are clicked.
+// messages its controls send when they are clicked; real windows and menus to translate.
 #include "test_env.h"
 
 #include <windows.h>
@@ -96,5 +96,36 @@ void dialog_press(SystemDialog d, int id) {
         CheckDlgButton(window(d), id, dialog_checked(d, id) ? BST_UNCHECKED : BST_CHECKED);
     notify(d, id, BN_CLICKED);
 }
+
+void *create_window(const char *cls, const char *text, uint32_t style, void *parent) {
+    const DWORD kind = parent ? WS_CHILD | WS_VISIBLE : WS_OVERLAPPEDWINDOW;
+    return CreateWindowExA(0, cls, text, kind | style, 0, 0, 200, 40, static_cast<HWND>(parent),
+                           nullptr, GetModuleHandleA(nullptr), nullptr);
+}
+
+std::string window_text(void *window) {
+    char text[256] = "";
+    GetWindowTextA(static_cast<HWND>(window), text, sizeof text);
+    return text;
+}
+
+void destroy_window(void *window) { DestroyWindow(static_cast<HWND>(window)); }
+
+void *create_menu() { return CreateMenu(); }
+
+void append_menu_item(void *menu, const char *text, void *submenu) {
+    if (submenu)
+        AppendMenuA(static_cast<HMENU>(menu), MF_POPUP, reinterpret_cast<UINT_PTR>(submenu), text);
+    else
+        AppendMenuA(static_cast<HMENU>(menu), MF_STRING, 100 + GetMenuItemCount(static_cast<HMENU>(menu)), text);
+}
+
+std::string menu_item_text(void *menu, int position) {
+    char text[256] = "";
+    GetMenuStringA(static_cast<HMENU>(menu), UINT(position), text, sizeof text, MF_BYPOSITION);
+    return text;
+}
+
+void destroy_menu(void *menu) { DestroyMenu(static_cast<HMENU>(menu)); }
 
 }  // namespace test_env

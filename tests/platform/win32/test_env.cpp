@@ -118,6 +118,12 @@ Child start_self(const std::vector<std::string> &args) {
     return Child{reinterpret_cast<long long>(pi.hProcess)};
 }
 
+std::string self_command_line(const std::vector<std::string> &args) {
+    std::string line = "\"" + self + "\"";
+    for (const auto &a : args) line += " \"" + a + "\"";
+    return line;
+}
+
 int wait_child(Child c) {
     HANDLE h = reinterpret_cast<HANDLE>(c.id);
     if (!h) return -1;
