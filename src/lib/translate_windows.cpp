@@ -45,13 +45,7 @@ void translate_menu(HMENU menu, char *result) {
         const std::string shortcut = tab ? std::string(tab + 1) : std::string();
         if (tab) *tab = '\0';
         const int room = kMenuTextBytes - 1 - int(shortcut.size());
-        if (room > 0) {
-            // The translator is asked for a terminated text; a translator that writes nothing
-            // leaves the previous result.
-            IkoLanguageLayer *layer = nullptr;
-            koQueryLanguageLayer(&layer);
-            if (layer) layer->lpVtbl->TranslateTextA(layer, 0, text, result, room);
-        }
+        if (room > 0) lang::translate(text, result, room);
         result[kMenuTextBytes - 1] = '\0';
         std::string item = result;
         if (tab) item = item.substr(0, size_t(kMenuTextBytes - 2 - shortcut.size())) + "\t" + shortcut;
