@@ -122,11 +122,17 @@ int32_t TARN_CALL open(ISprt_Protokoll *self, const char *jobName) {
     const std::string folder = std::string("..") + plat::path_separator() + "LST";
     if (!plat::file_exists(folder.c_str())) plat::create_directory(folder.c_str());
     uint32_t stamp = uint32_t(std::strtoul(UniqName(), nullptr, 16));
-    for (int attempt = 0; attempt < 100000; ++attempt, ++stamp) {
+    bool free = false;
+    for (int attempt = 0; attempt < 100000 && !free; ++attempt, ++stamp) {
         char name[16];
         std::snprintf(name, sizeof name, "%08X", unsigned(stamp));
         l->path = folder + plat::path_separator() + name + ".PRT";
-        if (!plat::file_exists(l->path.c_str())) break;
+        free = !plat::file_exists(l->path.c_str());
+    }
+    // A folder without a free name is no place for a listing: nothing there is overwritten.
+    if (!free) {
+        l->path.clear();
+        return 0;
     }
     l->file = X_Creat(l->path.c_str());
     if (!is_open(l)) return 0;
