@@ -6,6 +6,7 @@
 #include <deque>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tarngdi32.h"
@@ -82,6 +83,13 @@ public:
 
 // The text of control `id` of a running dialog.
 std::string dialog_text(TarnUiDialog *d, int32_t id);
+
+// Live blocks and bytes of the library's tracked memory (GetGlobalUsage).
+inline std::pair<uint32_t, uint32_t> tracked_memory() {
+    uint32_t blocks = 0, bytes = 0;
+    GetGlobalUsage(&blocks, &bytes);
+    return {blocks, bytes};
+}
 
 // ---- helper processes ----
 

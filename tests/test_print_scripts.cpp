@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "harness.h"
+#include "print_pages.h"
 #include "platform/draw.h"
 #include "platform/files.h"
 #include "platform/printer.h"
@@ -16,6 +17,8 @@
 #include "print/print_state.h"
 
 namespace {
+
+using namespace print_pages;
 
 // Script text with CR LF line ends.
 std::string script(const std::vector<std::string> &lines) {
@@ -55,23 +58,6 @@ struct OpenScript {
 
 // A page of 72 dots per inch: a point is a dot, 1 cm is 28 dots.
 constexpr int kDpi = 72, kCm = 28;
-constexpr COLORREF kRed = 0x0000FF, kBlue = 0xFF0000, kWhite = 0xFFFFFF;
-
-COLORREF at(HDC dc, int x, int y) {
-    COLORREF c = 0xDEADBEEF;
-    plat::memory_pixel(dc, x, y, &c);
-    return c;
-}
-
-bool dark_in(HDC dc, int left, int top, int right, int bottom) {
-    for (int y = top; y < bottom; ++y)
-        for (int x = left; x < right; ++x) {
-            const COLORREF c = at(dc, x, y);
-            if ((c & 0xFF) < 100 && ((c >> 8) & 0xFF) < 100 && ((c >> 16) & 0xFF) < 100) return true;
-        }
-    return false;
-}
-
 // Paints page 1 of the script's lines onto a white 300 x 300 memory page.
 struct PaintedPage {
     explicit PaintedPage(const std::vector<std::string> &pageLines) {
@@ -221,7 +207,7 @@ TEST(PrintScriptPainting, NoSortKeepsTheScriptsOrder) {
         if (noSort) lines.insert(lines.begin(), "NOSORT");
         PaintedPage p(lines);
         EXPECT_EQ(at(p.dc, kCm + 1, kCm + 1) != kWhite, true) << "the fill is there";
-        EXPECT_EQ(dark_in(p.dc, kCm, kCm, 6 * kCm, 2 * kCm), !noSort);
+        EXPECT_EQ(ink_between(p.dc, kCm, 6 * kCm, kCm, 2 * kCm), !noSort);
     }
 }
 

@@ -7,48 +7,17 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "harness.h"
+#include "print_pages.h"
 #include "platform/draw.h"
 #include "platform/printer.h"
 
 namespace {
 
-// Role names made by this run, so that a value left by an earlier run cannot make a test pass.
-std::string unique(const std::string &stem) {
-    static const std::string run = std::to_string(std::random_device{}() % 100000);
-    return stem + run;
-}
-
-std::vector<std::string> split(const char *list) {
-    std::vector<std::string> names;
-    for (const char *p = list; *p; p += names.back().size() + 1) names.emplace_back(p);
-    return names;
-}
-
-constexpr COLORREF kRed = 0x0000FF, kGreen = 0x00FF00, kBlack = 0, kWhite = 0xFFFFFF;
-
-bool dark(HDC dc, int x, int y) {
-    COLORREF c = kWhite;
-    return plat::memory_pixel(dc, x, y, &c) && (c & 0xFF) < 128 && ((c >> 8) & 0xFF) < 128 && ((c >> 16) & 0xFF) < 128;
-}
-
-COLORREF at(HDC dc, int x, int y) {
-    COLORREF c = 0xDEADBEEF;
-    plat::memory_pixel(dc, x, y, &c);
-    return c;
-}
-
-// Any dark pixel in the columns [from, to) of rows [top, bottom).
-bool ink_between(HDC dc, int from, int to, int top, int bottom) {
-    for (int y = top; y < bottom; ++y)
-        for (int x = from; x < to; ++x)
-            if (dark(dc, x, y)) return true;
-    return false;
-}
+using namespace print_pages;
 
 // A 2 x 2 bitmap file of one colour (24 bits, rows padded to 4 bytes).
 std::string bitmap_file(uint8_t r, uint8_t g, uint8_t b) {
@@ -264,10 +233,9 @@ DialogUser provider_user(TarnUiDialog *d) {
             },
             [d](int id) {
                 const std::string text = harness::dialog_text(d, id);
-                std::vector<std::string> items;
-                for (int i = 0; const char *item = tarnUiDialogListItem(d, id, i); ++i) items.emplace_back(item);
-                const auto at = std::find(items.begin(), items.end(), text);
-                return at == items.end() ? -1 : int(at - items.begin());
+                for (int i = 0; const char *item = tarnUiDialogListItem(d, id, i); ++i)
+                    if (text == item) return i;
+                return -1;
             },
             [d](int id, int index) { tarnUiDialogSelect(d, id, index); },
             [d](int id) { return harness::dialog_text(d, id) == "1"; },

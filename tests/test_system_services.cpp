@@ -24,12 +24,6 @@ int write_later(const std::vector<std::string> &args) {
 }
 TEST_CHILD_ROLE("write-later", write_later);
 
-std::pair<uint32_t, uint32_t> tracked() {
-    uint32_t blocks = 0, bytes = 0;
-    GetGlobalUsage(&blocks, &bytes);
-    return {blocks, bytes};
-}
-
 // Waits at most 20 s for `done`.
 template <class Done>
 bool eventually(Done done) {
@@ -60,7 +54,7 @@ TEST(ExternalProcess, WaitsAsAskedAndFreesTheRecordOnce) {
         SCOPED_TRACE(c.what);
         const std::string name = "out" + std::to_string(++n) + ".txt";
         const std::string file = test_env::join(folder, name);
-        const auto before = tracked();
+        const auto before = harness::tracked_memory();
         const std::string line =
             test_env::self_command_line({"--role", "write-later", std::to_string(c.sleepMs), name});
         const int32_t started =
@@ -68,7 +62,7 @@ TEST(ExternalProcess, WaitsAsAskedAndFreesTheRecordOnce) {
         EXPECT_EQ(harness::file_exists(file), c.writtenAtReturn);
         if (c.writtenAtReturn) EXPECT_EQ(started, 1);
         EXPECT_TRUE(eventually([&] { return harness::file_exists(file); })) << "the program ran in the folder";
-        EXPECT_TRUE(eventually([&] { return tracked() == before; })) << "the run record is freed";
+        EXPECT_TRUE(eventually([&] { return harness::tracked_memory() == before; })) << "the run record is freed";
     }
     EXPECT_EQ(ExecuteExternalProcess(nullptr, "tarn-no-such-program-4711", nullptr, 1, 0, 0), 0);
     EXPECT_EQ(ExecuteExternalProcess(nullptr, nullptr, nullptr, 1, 0, 0), 0);
