@@ -375,6 +375,7 @@ typedef struct IXFileCachedVtbl {
     int32_t(TARN_CALL *ReadAt)(IXFileCached *self, int32_t position, void *buffer, int32_t count);
     int32_t(TARN_CALL *WriteAt)(IXFileCached *self, int32_t position, const void *buffer,
                                 int32_t count);
+    /* Writes the text, then CR LF; answers with the line end's result alone, kept on purpose. */
     int32_t(TARN_CALL *WriteLine)(IXFileCached *self, const char *text);
     /* The line's length is bounded by the data, not by size, kept on purpose. */
     int32_t(TARN_CALL *ReadLine)(IXFileCached *self, char *buffer, int32_t size);
@@ -493,7 +494,7 @@ TARN_API int32_t TARN_CALL koDefShellFileSet(void *context, int32_t size, int32_
  * "DeleteFile", "CopyFile", "MoveFile", "CreateDirectory", "socket", "bind", "listen", "accept",
  * "connect", "send", "recv", "CreateNamedPipe", "ConnectNamedPipe", "CreatePipeClient",
  * "ReadPipe", "WritePipe", "RegOpenKey", "RegCreateKey", "RegQueryValue", "RegSetValue",
- * "RegDeleteValue", "RegDeleteKey", "GlobalAlloc", "CreateThread", "CreateProcess",
+ * "RegDeleteValue", "RegDeleteKey", "GlobalAlloc", "HeapAlloc", "CreateThread", "CreateProcess",
  * "EnumPrinters", "CreateDC". */
 TARN_API int32_t TARN_CALL tarnSetSysCallFault(const char *name, int32_t nth, int32_t error);
 

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <clocale>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <thread>
@@ -22,6 +23,13 @@ void write_file(const std::string &path, const std::string &bytes) {
 }
 
 bool file_exists(const std::string &path) { return std::ifstream(path).good(); }
+
+size_t folder_entries(const std::string &folder) {
+    std::error_code ignored;
+    size_t n = 0;
+    for (std::filesystem::directory_iterator it(folder, ignored), end; it != end; it.increment(ignored)) ++n;
+    return n;
+}
 
 Fault::Fault(const char *call, int32_t nth, int32_t error, bool persistent) : call_(call) {
     EXPECT_EQ(tarnSetSysCallFault(call, persistent ? -nth : nth, error), 1) << call;

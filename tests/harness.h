@@ -21,6 +21,8 @@ std::string read_file(const std::string &path);
 // Replaces the file with exactly `bytes`.
 void write_file(const std::string &path, const std::string &bytes);
 bool file_exists(const std::string &path);
+// How many files and folders a folder holds.
+size_t folder_entries(const std::string &folder);
 
 // ---- failures through the call table ----
 

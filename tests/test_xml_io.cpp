@@ -244,15 +244,34 @@ TEST_F(XmlIo, EscapingOfSingleBytes) {
             << int(c.c);
 }
 
-TEST_F(XmlIo, FailedWritesLeaveNoFile) {
+// A disk that fills up in the middle of a save, or a file that cannot take the new one's place,
+// leaves the file that was there byte for byte, or no file where there was none.
+TEST_F(XmlIo, FailedSavesKeepTheFileThatWasThere) {
     Tree t{new_tree("doc")};
-    add(t.root, "a", std::string(20000, 'x').c_str());
-    const std::string file = path("failed.xml");
+    // Long enough for several blocks of the cached file in every form: the field is an attribute
+    // in the XML forms, the element's value is not written in the bracket form.
+    add(t.root, "a", std::string(200000, 'x').c_str());
+    add(t.root, "f", std::string(200000, 'y').c_str(), 1);
+    const std::string folder = test_env::temp_folder("xml_io_failed"), file = test_env::join(folder, "doc.xml");
+    const struct {
+        const char *call;
+        int32_t nth;
+    } failures[] = {{"WriteFile", 1}, {"WriteFile", 3}, {"MoveFile", 1}, {"CreateFile", 1}};
     for (Save save : {Save(koXML_SaveTreeToFile), Save(koXML_SaveTreeToFileKompatible), Save(koXML_SaveTreeToGAEB2K)}) {
-        harness::Fault diskFull("WriteFile", 1, harness::kDiskFull);
-        EXPECT_EQ(save(t.root, file.c_str()), 0);
-        diskFull.disarm();
-        EXPECT_FALSE(harness::file_exists(file));
+        for (const auto &f : failures) {
+            SCOPED_TRACE(std::string(f.call) + " #" + std::to_string(f.nth));
+            for (const char *before : {static_cast<const char *>(nullptr), "the old file\r\n"}) {
+                if (before) harness::write_file(file, before);
+                else std::remove(file.c_str());
+                harness::Fault fault(f.call, f.nth, harness::kDiskFull);
+                EXPECT_EQ(save(t.root, file.c_str()), 0);
+                fault.disarm();
+                EXPECT_EQ(harness::file_exists(file) ? harness::read_file(file) : "no file", before ? before : "no file");
+                EXPECT_EQ(harness::folder_entries(folder), size_t(before ? 1 : 0)) << "a new file left behind";
+            }
+        }
+        ASSERT_EQ(save(t.root, file.c_str()), 1);
+        EXPECT_GT(harness::read_file(file).size(), 200000u);
     }
     EXPECT_EQ(koXML_SaveTreeToFile(t.root, path("no/such/folder/x.xml").c_str()), 0);
 }

@@ -68,6 +68,12 @@ std::vector<FoundFile> find_files(const char *pattern);
 bool copy_file(const char *from, const char *to, bool failIfExists);
 
 bool delete_file(const char *path);  // DeleteFileA
+// Puts the complete file `from` in the place of `to` in one step (MoveFileExA, replacing an
+// existing file, written through): a reader finds the old file or the new one, never a part.
+// An existing `to` keeps its permissions; a read-only one is refused (access denied).
+bool replace_file(const char *from, const char *to);
+// A name for a new file beside `path`, unique in this process and among processes.
+std::string sibling_temp_name(const char *path);
 // Creates one folder; true also when it exists already.
 bool create_directory(const char *path);
 bool file_exists(const char *path);

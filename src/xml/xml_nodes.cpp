@@ -3,6 +3,7 @@
 // last node, so releasing a subtree gives its nodes back while the rest of the tree lives on.
 #include "export.h"
 #include "platform/collate.h"
+#include "platform/memory.h"
 #include "xml/xml_tree.h"
 
 #include <cstdlib>
@@ -96,11 +97,11 @@ XML_Node *new_node(NodePool *pool) {
     } else {
         if (pool->bumpLeft == 0) {
             const uint32_t count = pool->chunkNodes;
-            auto *base = static_cast<XML_Node *>(std::malloc(count * sizeof(XML_Node)));
+            auto *base = static_cast<XML_Node *>(plat::heap_alloc(count * sizeof(XML_Node)));
             if (base == nullptr) return nullptr;
             const uint32_t number = take_entry(base, pool);
             if (number == 0) {
-                std::free(base);
+                plat::heap_free(base);
                 return nullptr;
             }
             pool->bump = number << kIndexBits;
@@ -120,7 +121,7 @@ XML_Node *new_node(NodePool *pool) {
 void destroy_pool(NodePool *pool) {
     for (uint32_t number = pool->chunks; number != 0;) {
         const uint32_t next = entry(number).next;
-        std::free(entry(number).base);
+        plat::heap_free(entry(number).base);
         give_back_entry(number);
         number = next;
     }

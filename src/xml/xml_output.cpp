@@ -26,14 +26,18 @@ bool OutputFile::create(const char *name) {
         release();
         return false;
     }
-    if (!file_->lpVtbl->Create(file_, name)) {
+    temp_ = plat::sibling_temp_name(name);
+    if (!file_->lpVtbl->Create(file_, temp_.c_str())) {
         release();
         return false;
     }
     return true;
 }
 
-bool OutputFile::line(const char *text) { return file_->lpVtbl->WriteLine(file_, text) != 0; }
+// WriteLine answers for the line end alone: a text that was lost would pass for written.
+bool OutputFile::line(const char *text) {
+    return write(text, std::strlen(text)) && file_->lpVtbl->Write(file_, "\r\n", 2) != 0;
+}
 
 bool OutputFile::write(const char *text, size_t count) {
     return count == 0 || file_->lpVtbl->Write(file_, text, int32_t(count)) != 0;
@@ -43,8 +47,8 @@ int32_t OutputFile::finish(bool written) {
     // The cached blocks reach the disk at Close: a failure there is a failed write too.
     const bool closed = file_->lpVtbl->Close(file_) != 0;
     release();
-    if (written && closed) return 1;
-    plat::delete_file(name_);
+    if (written && closed && plat::replace_file(temp_.c_str(), name_)) return 1;
+    plat::delete_file(temp_.c_str());
     return 0;
 }
 

@@ -1,8 +1,10 @@
 // What the three writers share: one work buffer and one cached file object per write, lines
-// ending in CR LF, and the file deleted again when a write fails.
+// ending in CR LF. The text goes to a new file beside the target, which takes the target's place
+// only once it is complete: a failed write deletes it and leaves an existing file as it was.
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 #include "tarngdi32.h"
 
@@ -17,14 +19,15 @@ public:
     OutputFile &operator=(const OutputFile &) = delete;
     ~OutputFile();
 
-    // Takes the work buffer and the file object and creates (or truncates) the file.
+    // Takes the work buffer and the file object and creates the new file beside `name`.
     bool create(const char *name);
     char *work() { return work_; }
 
     bool line(const char *text);                 // the text and CR LF
     bool write(const char *text, size_t count);  // without line end
 
-    // Closes the file; 1 when everything was written, else deletes it and gives 0.
+    // Closes the new file; 1 when everything was written and it replaced the target, else
+    // deletes it and gives 0.
     int32_t finish(bool written);
 
 private:
@@ -33,6 +36,7 @@ private:
     IXFileCached *file_ = nullptr;
     char *work_ = nullptr;
     const char *name_ = nullptr;
+    std::string temp_;
 };
 
 // How many levels lie below `node` (0 when it has no children); counted without recursion.

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -400,6 +401,30 @@ std::vector<FoundFile> find_files(const char *pattern) {
     });
     if (found.empty()) set_last_error(kErrFileNotFound);
     return found;
+}
+
+bool replace_file(const char *from, const char *to) {
+    if (fail_now(kCallMoveFile)) return false;
+    const std::string src = posix_path(from), dst = posix_path(to);
+    struct stat target;
+    const bool existed = ::stat(dst.c_str(), &target) == 0;
+    if (existed && (attributes_of(target) & kAttrReadOnly)) {
+        set_last_error(kErrAccessDenied);
+        return false;
+    }
+    // The data reaches the disk before the name does: after a power cut the file is the old
+    // one or the new one, never an empty one.
+    const int fd = ::open(src.c_str(), O_RDONLY | O_CLOEXEC);
+    bool ok = fd >= 0 && (!existed || fchmod(fd, target.st_mode & 07777) == 0) && fdatasync(fd) == 0;
+    if (fd >= 0) ::close(fd);
+    ok = ok && ::rename(src.c_str(), dst.c_str()) == 0;
+    if (!ok) fail_with_errno();
+    return ok;
+}
+
+std::string sibling_temp_name(const char *path) {
+    static std::atomic<uint32_t> counter{0};
+    return std::string(path) + "." + std::to_string(getpid()) + "-" + std::to_string(++counter) + ".tmp";
 }
 
 // The bytes, the permissions and the access and write times go over; a copy that fails half-way

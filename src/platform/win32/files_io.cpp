@@ -4,6 +4,9 @@
 
 #include <windows.h>
 
+#include <atomic>
+#include <string>
+
 #include "platform/syscall.h"
 #include "platform/last_error.h"
 
@@ -135,6 +138,17 @@ std::vector<FoundFile> find_files(const char *pattern) {
     FindClose(search);
     SetLastError(found.empty() && why == ERROR_NO_MORE_FILES ? ERROR_FILE_NOT_FOUND : why);
     return found;
+}
+
+bool replace_file(const char *from, const char *to) {
+    if (fail_now(kCallMoveFile)) return false;
+    return MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
+}
+
+std::string sibling_temp_name(const char *path) {
+    static std::atomic<uint32_t> counter{0};
+    return std::string(path) + "." + std::to_string(GetCurrentProcessId()) + "-" +
+           std::to_string(++counter) + ".tmp";
 }
 
 bool copy_file(const char *from, const char *to, bool failIfExists) {
