@@ -209,4 +209,14 @@ TEST(CompressionFiles, CompressAndExpandFromTheCurrentPositions) {
     EXPECT_EQ(file(koFileCompress, "", 0), 0);
     EXPECT_EQ(harness::read_file(out), "head") << "the header stays in the buffer";
     EXPECT_EQ(file(koFileExpand, packed.substr(0, packed.size() - 1), uint32_t(packed.size())), 0);
+    // A disk that fills up under the first block goes unnoticed, as writes are not checked; the
+    // source is only read, and the stream without its header does not expand.
+    {
+        harness::Fault diskFull("WriteFile", 2, harness::kDiskFull);  // behind "head"
+        EXPECT_NE(file(koFileCompress, data, uint32_t(data.size())), 0);
+    }
+    EXPECT_EQ(harness::read_file(in), "skip" + data);
+    const Bytes cut = harness::read_file(out).substr(4);
+    EXPECT_EQ(cut, packed.substr(1024));
+    EXPECT_EQ(file(koFileExpand, cut, uint32_t(cut.size())), 0);
 }

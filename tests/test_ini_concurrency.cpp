@@ -142,6 +142,23 @@ TEST(IniConcurrency, KilledWriterLosesNoReportedValue) {
     EXPECT_TRUE(ends_with_line_end(harness::read_file(file))) << "the file ends with a whole line";
 }
 
+// A disk that fills up while the new file is written, or a new file that cannot take the old one's
+// place, fails the write and leaves the old file as it was, without a new file beside it.
+TEST(IniConcurrency, AFailedWriteLeavesTheOldFileWhole) {
+    if (!test_env::library_keeps_settings()) GTEST_SKIP() << "Windows keeps INI files itself";
+    const std::string file = test_env::join(test_env::temp_folder("ini_full"), "full.ini"), old = "[A]\r\nk=v\r\n";
+    harness::write_file(file, old);
+    for (const char *call : {"WriteFile", "MoveFile", "CreateFile"}) {
+        harness::Fault fault(call, 1, harness::kDiskFull);
+        EXPECT_FALSE(test_profile_write("A", "k2", std::string(100000, 'x').c_str(), file.c_str())) << call;
+        fault.disarm();
+        EXPECT_EQ(harness::read_file(file), old) << call;
+        EXPECT_FALSE(harness::file_exists(file + ".tmp")) << call;
+    }
+    EXPECT_TRUE(test_profile_write("A", "k2", "v2", file.c_str()));
+    EXPECT_EQ(harness::read_file(file), "[A]\r\nk=v\r\nk2=v2\r\n");
+}
+
 TEST(RegistryConcurrency, WritersInSeveralProcessesLoseNothing) {
     if (!test_env::library_keeps_settings()) GTEST_SKIP() << "the system keeps the registry there";
     const std::string tag = run_tag("spread");

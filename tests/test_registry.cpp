@@ -164,3 +164,24 @@ TEST(RegistryValues, View64ReadsTheSixtyFourBitViewOfA32BitProcess) {
     plat::reg_delete_value(software, (name + "s").c_str());
     plat::reg_close(software);
 }
+
+// A write refused by the store keeps the value written before it; a store another writer holds
+// is waited for, and the write lands once it is free.
+TEST(RegistryValues, ARefusedWriteKeepsTheValueAndABusyStoreIsWaitedFor) {
+    const std::string name = unique("Kept");
+    ASSERT_EQ(tarnMakeZentcolorKey(), 0);
+    ASSERT_EQ(tarnSetZentKeyDWORD(name.c_str(), 1), 1);
+    {
+        harness::Fault readOnly("RegSetValue", 1, harness::kAccessDenied, true);
+        EXPECT_EQ(tarnSetZentKeyDWORD(name.c_str(), 2), 0);
+    }
+    DWORD got = 0;
+    EXPECT_EQ(tarnGetZentKeyDWORD(name.c_str(), &got), 1);
+    EXPECT_EQ(got, 1u);
+    const bool ran = test_env::with_registry_store_busy(500, [&](const std::atomic<bool> &released) {
+        EXPECT_EQ(tarnSetZentKeyDWORD(name.c_str(), 3), 1);
+        EXPECT_TRUE(released) << "written while another writer held the store";
+    });
+    if (ran) EXPECT_EQ((tarnGetZentKeyDWORD(name.c_str(), &got), got), 3u);
+    delete_values(kZent, {name});
+}

@@ -190,3 +190,21 @@ TEST(Sorting, FileArraysTakeTheirCountFromTheFile) {
         for (int32_t size : {8, 0, -4}) EXPECT_EQ(sort_array(s, true, nullptr, 3, size), size < 0 ? size : 0) << s;
     }
 }
+
+// Without its work buffers (two records, and the quick sort's pivot) a sorter leaves the array
+// as it was; an allocation the sorter does not make changes nothing.
+TEST(Sorting, WithoutWorkBuffersTheArrayStaysAsItWas) {
+    std::vector<int32_t> before(40);
+    for (size_t i = 0; i < before.size(); ++i) before[i] = int32_t(before.size() - i);
+    for (Sorter s : kSorters) {
+        const int buffers = s == kQuick ? 3 : 2;
+        for (int nth = 1; nth <= 3; ++nth) {
+            std::vector<int32_t> keys = before;
+            harness::Fault noMemory("GlobalAlloc", nth, harness::kNotEnoughMemory);
+            sort_array(s, false, keys.data(), int32_t(keys.size()), 4);
+            noMemory.disarm();
+            if (nth <= buffers) EXPECT_EQ(keys, before) << "sorter " << s << ", allocation " << nth;
+            else expect_order(s, before, keys);
+        }
+    }
+}

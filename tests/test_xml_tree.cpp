@@ -401,3 +401,34 @@ TEST_F(XmlTree, DeepAndWideTreesAreWalkedAndReleasedWhole) {
 }
 
 }  // namespace
+
+// Without memory an atom, a node or a tree is not made (null) and what exists stays as it was:
+// the table keeps its atoms, the tree its children, and both grow again once memory is back.
+TEST_F(XmlTree, FailedAllocationsLeaveTableAndTreeAsTheyWere) {
+    {
+        harness::Fault noMemory("GlobalAlloc", 1, harness::kNotEnoughMemory, true);  // the table's first array
+        EXPECT_EQ(koXML_MakeAtom("first"), nullptr);
+    }
+    EXPECT_TRUE(atoms_empty());
+    XML_Node *root = tree();
+    const char *kept = koXML_MakeAtom("kept");
+    {
+        harness::Fault noMemory("GlobalAlloc", 1, harness::kNotEnoughMemory, true);  // the new name's block
+        EXPECT_EQ(koXML_MakeAtom("new"), nullptr);
+        EXPECT_EQ(koXML_MakeAtom("kept"), kept);
+    }
+    EXPECT_EQ(koXML_GetAtomByID(2), nullptr) << "R and kept only";
+    EXPECT_NE(koXML_MakeAtom("new"), nullptr);
+
+    int added = 0;
+    {
+        harness::Fault noMemory("HeapAlloc", 1, harness::kNotEnoughMemory, true);
+        EXPECT_EQ(koXML_CreateTree("T", nullptr), nullptr);
+        while (added < 100000 && koXML_AddChildLast(root, "c")) ++added;
+        EXPECT_LT(added, 100000) << "no node needed a new block";
+    }
+    int children = 0;
+    for (XML_Node *c = koXML_GetFirstChild(root); c; c = koXML_GetNext(c)) ++children;
+    EXPECT_EQ(children, added);
+    EXPECT_NE(koXML_AddChildLast(root, "c"), nullptr);
+}

@@ -13,4 +13,9 @@ void global_compact(size_t bytes);
 // Unlocks and frees a block returned by global_alloc, given its locked address.
 void global_free(void *base);
 
+// A plain block from the process heap (not zero-filled, not tracked); null when there is no
+// memory. For the library's own pools, which come and go with their owners.
+void *heap_alloc(size_t bytes);
+void heap_free(void *block);  // null is ignored
+
 }  // namespace plat

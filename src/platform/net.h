@@ -56,6 +56,8 @@ int try_recv_socket(Socket s, void *buffer, int count);
 int try_send_socket(Socket s, const void *buffer, int count);
 // Closes a socket; a thread blocked in accept on it returns with an error.
 bool close_socket(Socket s);
+// Closes without the orderly end: the peer's next read or write fails with a reset.
+void reset_socket(Socket s);
 // Shuts a socket down in both directions without closing it: a thread blocked in accept on a
 // listening socket wakes (where the system does that), and the socket's number stays taken.
 void shutdown_socket(Socket s);

@@ -25,6 +25,7 @@ enum class FailKind { lastError, socketError, result };
                               X(RegCreateKey, result) X(RegQueryValue, result)                   \
                                   X(RegSetValue, result) X(RegDeleteValue, result)               \
                                       X(RegDeleteKey, result) X(GlobalAlloc, lastError)          \
+                                          X(HeapAlloc, lastError)                                \
                                           X(CreateThread, lastError) X(CreateProcess, lastError) \
                                               X(EnumPrinters, lastError) X(CreateDC, lastError)
 

@@ -1,5 +1,6 @@
 // What the tests need to know of the system they run on, and how they start helper processes.
 #pragma once
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -27,6 +28,9 @@ bool abort_ends_quietly();  // false where abort() may wait on a message box of 
 void set_self_path(const char *argv0);
 
 std::string registry_store_integrity();  // "ok", or what opening or checking the registry store reported
+// Holds the write lock of the library's registry store on a connection of its own for `ms` while
+// `during` runs, then lets it go (setting `released` first); false where the system keeps the registry.
+bool with_registry_store_busy(int ms, const std::function<void(const std::atomic<bool> &released)> &during);
 
 // The zone of local-time conversions ("Europe/Berlin"; nullptr: the process's own); false if not settable.
 bool set_time_zone(const char *tz);

@@ -15,6 +15,13 @@ void *global_alloc(size_t bytes, uintptr_t *handle) {
     return p;
 }
 
+void *heap_alloc(size_t bytes) {
+    if (fail_now(kCallHeapAlloc)) return nullptr;
+    return std::malloc(bytes);
+}
+
+void heap_free(void *block) { std::free(block); }
+
 void global_compact(size_t) {
 #if defined(__GLIBC__)
     malloc_trim(0);

@@ -274,6 +274,12 @@ bool close_socket(Socket s) {
     return false;
 }
 
+void reset_socket(Socket s) {
+    const linger abort = {1, 0};
+    setsockopt(fd_of(s), SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
+    close(fd_of(s));
+}
+
 void shutdown_socket(Socket s) { shutdown(fd_of(s), SHUT_RDWR); }
 
 void set_socket_error(int wsaError) { lastSocketError = wsaError; }

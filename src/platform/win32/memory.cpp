@@ -18,6 +18,15 @@ void *global_alloc(size_t bytes, uintptr_t *handle) {
     return p;
 }
 
+void *heap_alloc(size_t bytes) {
+    if (fail_now(kCallHeapAlloc)) return nullptr;
+    return HeapAlloc(GetProcessHeap(), 0, bytes);
+}
+
+void heap_free(void *block) {
+    if (block) HeapFree(GetProcessHeap(), 0, block);
+}
+
 void global_compact(size_t bytes) { GlobalCompact(DWORD(bytes)); }
 
 void global_free(void *base) {

@@ -128,6 +128,12 @@ int try_send_socket(Socket, const void *, int) { return kWouldBlock; }
 
 bool close_socket(Socket s) { return closesocket(SOCKET(s)) == 0; }
 
+void reset_socket(Socket s) {
+    const linger abort = {1, 0};
+    setsockopt(SOCKET(s), SOL_SOCKET, SO_LINGER, reinterpret_cast<const char *>(&abort), sizeof abort);
+    closesocket(SOCKET(s));
+}
+
 void shutdown_socket(Socket s) {
     // A listening socket answers WSAENOTCONN; the caller's own last error is kept.
     const int before = WSAGetLastError();

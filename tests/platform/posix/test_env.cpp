@@ -15,6 +15,7 @@
 #include <fstream>
 #include <map>
 #include <optional>
+#include <thread>
 
 #include "platform/profile.h"
 #include "platform/system.h"
@@ -111,6 +112,26 @@ void set_self_path(const char *argv0) {
 }
 
 bool abort_ends_quietly() { return true; }
+
+bool with_registry_store_busy(int ms, const std::function<void(const std::atomic<bool> &)> &during) {
+    sqlite3 *db = nullptr;
+    const std::string file = plat::settings_home() + "/registry.sqlite3";
+    if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK ||
+        sqlite3_exec(db, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) != SQLITE_OK) {
+        sqlite3_close(db);
+        return false;
+    }
+    std::atomic<bool> released{false};
+    std::thread holder([&] {
+        sleep_ms(ms);
+        released = true;
+        sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+        sqlite3_close(db);
+    });
+    during(released);
+    holder.join();
+    return true;
+}
 
 std::string registry_store_integrity() {
     const std::string file = plat::settings_home() + "/registry.sqlite3";

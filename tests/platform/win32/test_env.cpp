@@ -173,6 +173,7 @@ bool abort_ends_quietly() { return false; }
 
 // Windows keeps the registry itself; there is no store of ours to look into.
 std::string registry_store_integrity() { return "the system keeps the registry"; }
+bool with_registry_store_busy(int, const std::function<void(const std::atomic<bool> &)> &) { return false; }
 
 }  // namespace test_env
 
