@@ -1,5 +1,4 @@
-// What the printer and print-script tests share: pixels of memory pages, NUL-separated name
-// lists, and names of this run.
+// What the printer and print-script tests share: page pixels, NUL-separated name lists, run names.
 #pragma once
 #include <random>
 #include <string>

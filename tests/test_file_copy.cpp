@@ -39,8 +39,7 @@ protected:
 };
 
 // An existing target follows the flags and answers. Open and create errors are reported only with
-// bit 1, and an unreadable source nobody hears about leaves an empty target. A write error is always
-// reported and cancels.
+// bit 1 (an unreported unreadable source leaves an empty target); a write error always is, and cancels.
 TEST_F(FileCopy, FlagsAnswersAndErrorsDecide) {
     const std::string missing = path("fehlt.txt"), noFolder = test_env::join(path("kein"), "ziel.txt");
     const std::string exists = box(target, "Datei existiert bereits.", kOkCancel),
@@ -56,6 +55,7 @@ TEST_F(FileCopy, FlagsAnswersAndErrorsDecide) {
         std::deque<int32_t> answers;
         int32_t result;
         std::vector<std::string> boxes;
+        int32_t failingWrite = 0;
     } cases[] = {
         {"kept silently", "alt", source, target, 0, 0, {}, 0, {}},
         {"replaced silently", "neu", source, target, 2, 2, {}, 1, {}},
@@ -69,6 +69,7 @@ TEST_F(FileCopy, FlagsAnswersAndErrorsDecide) {
         {"source, unreported", "", missing, target, 0, 0, {}, 1, {}},
         {"target, Cancel", nullptr, source, noFolder, 1, 9, {kCancel}, 0, {notMade}},
         {"target, unreported", nullptr, source, noFolder, 0, 0, {}, 0, {}},
+        {"write error", "", source, target, 2, 10, {}, 0, {box(target, "Fehler beim schreiben.", 0)}, 1},
     };
     for (const auto &c : cases) {
         harness::write_file(source, "neu");
@@ -77,19 +78,13 @@ TEST_F(FileCopy, FlagsAnswersAndErrorsDecide) {
         harness::FakeUi user;
         user.answers = c.answers;
         uint32_t flags = c.flags;
+        harness::Fault fault("WriteFile", c.failingWrite, harness::kDiskFull);  // 0 arms nothing
         EXPECT_EQ(copy(c.from, c.to, &flags), c.result) << c.name;
         EXPECT_EQ(flags, c.flagsAfter) << c.name;
         EXPECT_EQ(shown(user), c.boxes) << c.name;
         EXPECT_EQ(fs::exists(c.to), c.after != nullptr) << c.name;
         if (c.after) EXPECT_EQ(harness::read_file(c.to), c.after) << c.name;
     }
-
-    harness::FakeUi user;
-    uint32_t flags = 0;
-    harness::Fault diskFull("WriteFile", 1, harness::kDiskFull);
-    EXPECT_EQ(copy(source, target, &flags), 0);
-    EXPECT_EQ(flags, TARN_COPY_CANCEL);
-    EXPECT_EQ(shown(user), std::vector<std::string>{box(target, "Fehler beim schreiben.", 0)});
 }
 
 // The first copy leaves a read-only target, which the second must replace.
@@ -130,8 +125,8 @@ protected:
     std::string from = path("von"), to = path("nach");
 };
 
-// The folder may end in nothing, a backslash or the system's own separator. A full path longer
-// than the 512 places it is taken into leaves nothing to enumerate.
+// The folder may end in nothing, a backslash or the system's own separator; a full path over the
+// 512 places it is taken into leaves nothing to enumerate. A cancel stops the rest and sticks.
 TEST_F(FileCopyEx, CopiesMatchingFilesIntoTheFolder) {
     std::string tooLong = from;
     while (tooLong.size() < 700) tooLong = test_env::join(tooLong, "abcdefghij");
@@ -157,6 +152,17 @@ TEST_F(FileCopyEx, CopiesMatchingFilesIntoTheFolder) {
         EXPECT_EQ(copied(), c.copied) << c.to;
         EXPECT_EQ(harness::read_file(test_env::join(to, "b.txt")), c.copied.empty() ? "" : "b.txt");
     }
+
+    for (const char *name : {"a.txt", "b.txt"}) harness::write_file(test_env::join(to, name), "alt");
+    harness::FakeUi user;
+    user.answers = {kCancel};
+    uint32_t flags = TARN_COPY_REPLACE | TARN_COPY_ASK;
+    for (int call = 0; call < 2; ++call) {
+        EXPECT_EQ(koCopyFileEx(nullptr, txt.c_str(), 0, to.c_str(), kAll, &flags), 0);
+        EXPECT_EQ(user.boxes.size(), 1u) << "nothing more is asked about";
+        EXPECT_EQ(flags, TARN_COPY_REPLACE | TARN_COPY_ASK | TARN_COPY_CANCEL);
+    }
+    for (const char *name : {"a.txt", "b.txt"}) EXPECT_EQ(harness::read_file(test_env::join(to, name)), "alt");
 }
 
 // An empty folder is followed by the separator like any other, so the target names the root (of
@@ -178,20 +184,6 @@ TEST_F(FileCopyEx, EmptyFolderTargetsTheRoot) {
         EXPECT_EQ(shown(user), std::vector<std::string>{box(atRoot, "Datei nicht erstellbar.", kOkCancel)});
     }
     fs::current_path(here);
-}
-
-TEST_F(FileCopyEx, CancelStopsTheRestAndSticks) {
-    for (const char *name : {"a.txt", "b.txt"}) harness::write_file(test_env::join(to, name), "alt");
-    harness::FakeUi user;
-    user.answers = {kCancel};
-    uint32_t flags = TARN_COPY_REPLACE | TARN_COPY_ASK;
-    const std::string pattern = test_env::join(from, "*.txt");
-    for (int call = 0; call < 2; ++call) {
-        EXPECT_EQ(koCopyFileEx(nullptr, pattern.c_str(), 0, to.c_str(), kAll, &flags), 0);
-        EXPECT_EQ(user.boxes.size(), 1u) << "nothing more is asked about";
-        EXPECT_EQ(flags, TARN_COPY_REPLACE | TARN_COPY_ASK | TARN_COPY_CANCEL);
-    }
-    for (const char *name : {"a.txt", "b.txt"}) EXPECT_EQ(harness::read_file(test_env::join(to, name)), "alt");
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
-// The language layer: the default translator and its marker, an application's translator with
-// its references, and window, control and menu texts translated through it: real windows and
-// menus on Windows, an application's own through the UI provider elsewhere.
+// The language layer: the default translator, an application's one with its references, and dialog,
+// window, control and menu texts through it (an application's own windows through the UI provider).
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -12,8 +11,13 @@
 
 namespace {
 
-// A translator that writes its texts in upper case, keeps what it was asked and counts its
-// references.
+int32_t copy_out(const std::string &s, char *out, int32_t size) {
+    std::strncpy(out, s.c_str(), size_t(size) - 1);
+    out[size - 1] = '\0';
+    return int32_t(std::strlen(out));
+}
+
+// A translator that writes its texts in upper case, keeps what it was asked and counts its references.
 struct Shouting : IkoLanguageLayer {
     int refs = 0;
     std::vector<std::string> asked;
@@ -29,8 +33,7 @@ int32_t TARN_CALL shout_translate(IkoLanguageLayer *self, int32_t, const char *s
     static_cast<Shouting *>(self)->asked.emplace_back(src);
     std::string up = src;
     for (char &c : up) c = char(std::toupper(static_cast<unsigned char>(c)));
-    std::strncpy(dst, up.c_str(), size_t(size) - 1);
-    dst[size - 1] = '\0';
+    copy_out(up, dst, size);
     return 0;
 }
 int32_t TARN_CALL shout_id(IkoLanguageLayer *, int32_t) { return 0; }
@@ -50,12 +53,6 @@ struct FakeItem {
 std::map<HWND, FakeWindow> gWindows;
 std::map<HMENU, std::vector<FakeItem>> gMenus;
 
-int32_t copy_out(const std::string &s, char *out, int32_t size) {
-    std::strncpy(out, s.c_str(), size_t(size) - 1);
-    out[size - 1] = '\0';
-    return int32_t(std::strlen(out));
-}
-
 int32_t TARN_CALL fake_class(void *, HWND w, char *name, int32_t size) { return copy_out(gWindows[w].cls, name, size); }
 uint32_t TARN_CALL fake_style(void *, HWND w) { return gWindows[w].style; }
 int32_t TARN_CALL fake_text(void *, HWND w, char *text, int32_t size) { return copy_out(gWindows[w].text, text, size); }
@@ -71,22 +68,8 @@ int32_t TARN_CALL fake_item(void *, HMENU m, int32_t i, char *text, int32_t size
 void TARN_CALL fake_set_item(void *, HMENU m, int32_t i, const char *text) { gMenus[m][size_t(i)].text = text; }
 HMENU TARN_CALL fake_sub(void *, HMENU m, int32_t i) { return gMenus[m][size_t(i)].sub; }
 
-TarnUiProvider toolkit() {
-    TarnUiProvider p = {};
-    p.size = sizeof p;
-    p.windowClass = fake_class;
-    p.windowStyle = fake_style;
-    p.windowText = fake_text;
-    p.setWindowText = fake_set_text;
-    p.windowChild = fake_child;
-    p.menuItemCount = fake_count;
-    p.menuItemText = fake_item;
-    p.setMenuItemText = fake_set_item;
-    p.subMenu = fake_sub;
-    return p;
-}
-
-// Windows and menus to translate, the system's where there are any, else the toolkit's.
+// Windows and menus to translate, the system's where there are any, else the toolkit's (its
+// provider installed for the scene's life).
 struct Scene {
     bool real = false;
     void *top = nullptr, *label = nullptr, *button = nullptr, *icon = nullptr, *owner = nullptr;
@@ -118,8 +101,21 @@ struct Scene {
         sub = reinterpret_cast<HMENU>(uintptr_t(11));
         gMenus = {{HMENU(menu), {{"Kopieren\tCtrl+C", nullptr}, {"Bearbeiten", HMENU(sub)}}},
                   {HMENU(sub), {{"Einfuegen\tCtrl+V", nullptr}}}};
+        TarnUiProvider p = {};
+        p.size = sizeof p;
+        p.windowClass = fake_class;
+        p.windowStyle = fake_style;
+        p.windowText = fake_text;
+        p.setWindowText = fake_set_text;
+        p.windowChild = fake_child;
+        p.menuItemCount = fake_count;
+        p.menuItemText = fake_item;
+        p.setMenuItemText = fake_set_item;
+        p.subMenu = fake_sub;
+        tarnSetUiProvider(&p);
     }
     ~Scene() {
+        if (!real) tarnSetUiProvider(nullptr);
         if (!real) return;
         test_env::destroy_window(top);
         test_env::destroy_menu(menu);
@@ -154,27 +150,39 @@ TEST(LanguageLayer, TheDefaultTranslator) {
     layer->lpVtbl->SetCurrentId(layer, 0);
     EXPECT_STREQ(out, "abc") << "cut to the size";
     const GUID other = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
-    int marker = 0;
-    void *object = &marker;
+    void *object = out;  // not null before the call
     EXPECT_EQ(layer->lpVtbl->QueryInterface(layer, &other, &object), int32_t(0x80004002u));
     EXPECT_EQ(object, nullptr);
 }
 
-// An installed translator gets one reference, loses it to the next, and null brings back the
-// default; windows, controls by class and style, and menus with their shortcuts pass through it.
-TEST(LanguageLayer, WindowsControlsAndMenusThroughATranslator) {
+// An installed translator gets one reference, and null brings back the default, which lets go of
+// it; the library's dialogs, windows, controls by class and style, and menus with their shortcuts
+// pass through it.
+TEST(LanguageLayer, DialogsWindowsControlsAndMenusThroughATranslator) {
     Shouting shouting;
     shouting.lpVtbl = &kShouting;
-    const TarnUiProvider provider = toolkit();
-    Scene scene;
-    EXPECT_EQ(scene.real, !test_env::library_keeps_settings()) << "real windows exactly on Windows";
-    if (!scene.real) tarnSetUiProvider(&provider);
     ASSERT_EQ(koSetLanguageLayer(&shouting), 0);
     EXPECT_EQ(shouting.refs, 1);
     IkoLanguageLayer *current = nullptr;
     koQueryLanguageLayer(&current);
     EXPECT_EQ(current, &shouting);
+    std::string title, label;
+    {
+        harness::FakeUi ui;
+        ui.dialog = [&](TarnUiDialog *d) {
+            title = tarnUiDialogTitle(d);
+            const char *text = nullptr;
+            tarnUiDialogControl(d, 0, nullptr, nullptr, &text);
+            label = text;
+            tarnUiDialogPress(d, 2);
+        };
+        koPrinterSetupDlg(nullptr);
+    }
+    EXPECT_EQ(title, "DRUCKER EINRICHTEN");
+    EXPECT_EQ(label, "LOGISCHE DRUCKER:");
 
+    Scene scene;
+    EXPECT_EQ(scene.real, !test_env::library_keeps_settings()) << "real windows exactly on Windows";
     HWND top = static_cast<HWND>(scene.top);
     EXPECT_EQ(koLanguageTranslateWindowText(top), 0);
     EXPECT_EQ(koLanguageTranslateAllStaticChilds(top), 0);
@@ -198,25 +206,4 @@ TEST(LanguageLayer, WindowsControlsAndMenusThroughATranslator) {
     EXPECT_NE(current, &shouting);
     koLanguageTranslateWindowText(top);
     EXPECT_EQ(scene.text(scene.top), "FENSTER") << "the default leaves texts as they are";
-    if (!scene.real) tarnSetUiProvider(nullptr);
-}
-
-// The library's own dialogs show their texts through the translator.
-TEST(LanguageLayer, TheLibrarysDialogsAreTranslated) {
-    Shouting shouting;
-    shouting.lpVtbl = &kShouting;
-    koSetLanguageLayer(&shouting);
-    harness::FakeUi ui;
-    std::string title, label;
-    ui.dialog = [&](TarnUiDialog *d) {
-        title = tarnUiDialogTitle(d);
-        const char *text = nullptr;
-        tarnUiDialogControl(d, 0, nullptr, nullptr, &text);
-        label = text;
-        tarnUiDialogPress(d, 2);
-    };
-    koPrinterSetupDlg(nullptr);
-    koSetLanguageLayer(nullptr);
-    EXPECT_EQ(title, "DRUCKER EINRICHTEN");
-    EXPECT_EQ(label, "LOGISCHE DRUCKER:");
 }

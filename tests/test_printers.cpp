@@ -1,13 +1,11 @@
-// Logical printers and the drawing device: the roles' store, the font-map table, the system
-// printers, device contexts, the setup dialog driven through a UI provider, pixels of a memory
-// device and documents of several pages on the test printers (a PDF file and a CUPS job on Linux,
-// a PostScript file from Wine's driver).
+// Logical printers and the drawing device: the roles' store, the font-map table, system printers,
+// device contexts, the setup dialogs, pixels of a memory device and documents on the test printers.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
-#include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "harness.h"
@@ -46,6 +44,57 @@ DEVMODEA *mode_with_extra(uint16_t extra, int16_t copies) {
     return m;
 }
 
+// Three pages of a red box and a line of text as document `title`, into file `output` when given.
+void print_three_pages(HDC dc, const char *title, const char *output) {
+    ASSERT_TRUE(plat::start_document(dc, title, output));
+    plat::FontSpec font;
+    font.name = "Arial";
+    for (int page = 1; page <= 3; ++page) {
+        ASSERT_TRUE(plat::start_page(dc));
+        plat::fill_box(dc, 600, 600, 1800, 900, kRed);
+        const std::string text = "Seite " + std::to_string(page) + " \xE4\xF6\xFC";
+        plat::draw_text(dc, 600, 1000, 4000, 1200, text.c_str(), font, kBlack, plat::kAlignLeft);
+        ASSERT_TRUE(plat::end_page(dc));
+    }
+    EXPECT_TRUE(plat::end_document(dc)) << "the document was completed and handed over";
+    plat::delete_dc(dc);
+}
+
+// How a test clicks through a dialog: one the UI provider shows, or the system's own window.
+std::vector<std::string> list_items(TarnUiDialog *d, int id) {
+    std::vector<std::string> items;
+    for (int i = 0; const char *item = tarnUiDialogListItem(d, id, i); ++i) items.emplace_back(item);
+    return items;
+}
+std::vector<std::string> list_items(test_env::SystemDialog d, int id) { return test_env::dialog_list(d, id); }
+std::string selection(TarnUiDialog *d, int id) { return harness::dialog_text(d, id); }
+std::string selection(test_env::SystemDialog d, int id) {
+    const int i = test_env::dialog_list_selected(d, id);
+    return i < 0 ? std::string() : test_env::dialog_list(d, id)[size_t(i)];
+}
+void choose(TarnUiDialog *d, int id, int index) { tarnUiDialogSelect(d, id, index); }
+void choose(test_env::SystemDialog d, int id, int index) { test_env::dialog_list_choose(d, id, index); }
+void press(TarnUiDialog *d, int id) { tarnUiDialogPress(d, id); }
+void press(test_env::SystemDialog d, int id) { test_env::dialog_press(d, id); }
+
+// Maps "Rechnung1" to the last printer and ticks the copy switch: it was 0, so one click writes 1.
+template <class Dialog> void use_setup_dialog(Dialog d) {
+    const std::vector<std::string> roles = list_items(d, 101), printers = list_items(d, 102);
+    EXPECT_EQ(roles.size(), 8u);
+    ASSERT_FALSE(printers.empty());
+    EXPECT_EQ(printers[0], "(Standarddrucker)");
+    EXPECT_EQ(int(printers.size()), koGetPrinterCount() + 1);
+    const int rechnung = int(std::find(roles.begin(), roles.end(), "Rechnung1") - roles.begin());
+    ASSERT_LT(rechnung, int(roles.size()));
+    choose(d, 101, rechnung);
+    EXPECT_EQ(selection(d, 102), printers[0]) << "an unmapped role shows the default printer";
+    choose(d, 102, int(printers.size()) - 1);
+    EXPECT_EQ(mapping("Rechnung1"), printers.back());
+    press(d, 103);
+    EXPECT_EQ(koPrinterGetUseCopyDrv(), 1) << "written when clicked";
+    press(d, 1);
+}
+
 // Every access switches to the registry profile and back: the caller's type survives each call.
 struct Printers : ::testing::Test {
     void SetUp() override { saved = koSetProfileType(2); }
@@ -55,8 +104,8 @@ struct Printers : ::testing::Test {
 
 }  // namespace
 
-// A mapping read back as written; setting one drops the stored device mode; the roles list holds
-// the new role; the copy switch is "1" or "0" and 0 when unset.
+// A mapping reads back as written and lists its role; a device mode round-trips with the driver's
+// bytes until a size of 0, null or a new printer removes it; the copy switch is "1" or "0".
 TEST_F(Printers, RolesMapToPrintersAndKeepTheirDeviceModes) {
     const std::string role = unique("Angebot"), other = unique("Rechnung");
     EXPECT_EQ(mapping(role), "") << "no mapping: empty";
@@ -70,39 +119,28 @@ TEST_F(Printers, RolesMapToPrintersAndKeepTheirDeviceModes) {
     EXPECT_NE(std::find(roles.begin(), roles.end(), role), roles.end());
     EXPECT_NE(std::find(roles.begin(), roles.end(), other), roles.end());
 
-    const struct {
-        const char *what;
-        uint16_t extra;
-        bool empty;  // dmSize 0
-        bool null;
-        bool stored;
-    } cases[] = {
-        {"fixed part only", 0, false, false, true},
-        {"with the driver's bytes", 12, false, false, true},
-        {"a size of 0 removes it", 4, true, false, false},
-        {"null removes it", 0, false, true, false},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.what);
-        DEVMODEA *m = mode_with_extra(c.extra, 3);
-        if (c.empty) m->dmSize = 0;
-        DEVMODEA *before = mode_with_extra(2, 9);  // something to replace
-        ASSERT_NE(koPrinterSaveDevmodeData(role.c_str(), before), 0);
-        FreeGlobal(before);
-        EXPECT_NE(koPrinterSaveDevmodeData(role.c_str(), c.null ? nullptr : m), 0);
+    // Each mode replaces the one before, the larger one and the smaller one alike, byte for byte.
+    for (const uint16_t extra : {uint16_t(0), uint16_t(12), uint16_t(0)}) {
+        DEVMODEA *m = mode_with_extra(extra, 3);
+        ASSERT_NE(koPrinterSaveDevmodeData(role.c_str(), m), 0);
         DEVMODEA *back = koPrinterLoadDevmodeData(role.c_str());
-        ASSERT_EQ(back != nullptr, c.stored);
-        if (back) {
-            EXPECT_EQ(std::memcmp(back, m, sizeof(DEVMODEA) + c.extra), 0);
-            FreeGlobal(back);
-        }
+        ASSERT_NE(back, nullptr) << extra;
+        EXPECT_EQ(std::memcmp(back, m, sizeof(DEVMODEA) + extra), 0) << extra;
+        FreeGlobal(back);
         FreeGlobal(m);
     }
-    DEVMODEA *kept = mode_with_extra(0, 2);
-    ASSERT_NE(koPrinterSaveDevmodeData(role.c_str(), kept), 0);
-    FreeGlobal(kept);
     ASSERT_NE(koSetPrinterNameForLogName(role.c_str(), "Anderer"), 0);
     EXPECT_EQ(koPrinterLoadDevmodeData(role.c_str()), nullptr) << "a new printer drops the settings";
+    DEVMODEA *empty = mode_with_extra(4, 3);
+    empty->dmSize = 0;
+    for (DEVMODEA *removing : {empty, static_cast<DEVMODEA *>(nullptr)}) {
+        DEVMODEA *before = mode_with_extra(2, 9);  // something to remove
+        ASSERT_NE(koPrinterSaveDevmodeData(role.c_str(), before), 0);
+        FreeGlobal(before);
+        EXPECT_NE(koPrinterSaveDevmodeData(role.c_str(), removing), 0);
+        EXPECT_EQ(koPrinterLoadDevmodeData(role.c_str()), nullptr) << (removing ? "size 0" : "null");
+    }
+    FreeGlobal(empty);
 
     for (int32_t flag : {7, 0, 1}) {
         ASSERT_NE(koPrinterSetUseCopyDrv(flag), 0);
@@ -176,7 +214,8 @@ TEST(SystemPrinters, CountNamesAndTheList) {
 }
 
 // Device units from centimetres: whole points first, then dots rounded up. A role opens its
-// mapped printer, one named like it, or the default printer; "Standard" is always the default.
+// mapped printer, one named like it, or the default printer; "Standard" is always the default. An
+// information context starts no document (on Linux the "PDF" printer's would leave a file).
 TEST_F(Printers, DeviceContextsByNameAndRole) {
     const std::string printer = test_env::test_printer();
     ASSERT_NE(printer, "") << "no printer could be made for the tests";
@@ -194,6 +233,7 @@ TEST_F(Printers, DeviceContextsByNameAndRole) {
         EXPECT_EQ(koGetPixelHorz(dc, u.cm), u.dots) << u.cm;
         EXPECT_EQ(koGetPixelVert(dc, u.cm), u.dots) << u.cm;
     }
+    if (test_env::library_keeps_settings()) EXPECT_FALSE(plat::start_document(dc, "nothing", nullptr));
 
     const std::string role = unique("Listen");
     ASSERT_NE(koSetPrinterNameForLogName(role.c_str(), printer.c_str()), 0);
@@ -216,58 +256,6 @@ TEST_F(Printers, DeviceContextsByNameAndRole) {
     }
 }
 
-// How a test clicks through a dialog: one the UI provider shows, or the system's own window.
-struct DialogUser {
-    std::function<std::vector<std::string>(int)> items;
-    std::function<int(int)> selected;
-    std::function<void(int, int)> choose;
-    std::function<bool(int)> checked;
-    std::function<void(int)> press;
-};
-
-DialogUser provider_user(TarnUiDialog *d) {
-    return {[d](int id) {
-                std::vector<std::string> items;
-                for (int i = 0; const char *item = tarnUiDialogListItem(d, id, i); ++i) items.emplace_back(item);
-                return items;
-            },
-            [d](int id) {
-                const std::string text = harness::dialog_text(d, id);
-                for (int i = 0; const char *item = tarnUiDialogListItem(d, id, i); ++i)
-                    if (text == item) return i;
-                return -1;
-            },
-            [d](int id, int index) { tarnUiDialogSelect(d, id, index); },
-            [d](int id) { return harness::dialog_text(d, id) == "1"; },
-            [d](int id) { tarnUiDialogPress(d, id); }};
-}
-
-DialogUser system_user(test_env::SystemDialog d) {
-    return {[d](int id) { return test_env::dialog_list(d, id); },
-            [d](int id) { return test_env::dialog_list_selected(d, id); },
-            [d](int id, int index) { test_env::dialog_list_choose(d, id, index); },
-            [d](int id) { return test_env::dialog_checked(d, id); },
-            [d](int id) { test_env::dialog_press(d, id); }};
-}
-
-void use_setup_dialog(const DialogUser &u) {
-    const std::vector<std::string> roles = u.items(101), printers = u.items(102);
-    EXPECT_EQ(roles.size(), 8u);
-    ASSERT_FALSE(printers.empty());
-    EXPECT_EQ(printers[0], "(Standarddrucker)");
-    EXPECT_EQ(int(printers.size()), koGetPrinterCount() + 1);
-    EXPECT_FALSE(u.checked(103));
-    const int rechnung = int(std::find(roles.begin(), roles.end(), "Rechnung1") - roles.begin());
-    ASSERT_LT(rechnung, int(roles.size()));
-    u.choose(101, rechnung);
-    EXPECT_EQ(u.selected(102), 0) << "an unmapped role shows the default printer";
-    u.choose(102, int(printers.size()) - 1);
-    EXPECT_EQ(mapping("Rechnung1"), printers.back());
-    u.press(103);
-    EXPECT_EQ(koPrinterGetUseCopyDrv(), 1) << "written when clicked";
-    u.press(1);
-}
-
 // An empty store gets the eight default roles; choosing a printer maps the selected role at once,
 // the check box writes the copy switch at once; the same through a UI provider and in the
 // dialog of the DLL's resources.
@@ -283,12 +271,12 @@ TEST_F(Printers, SetupDialogCreatesTheDefaultRolesAndMapsAtOnce) {
         int32_t result = -1;
         if (!system) {
             harness::FakeUi ui;
-            ui.dialog = [](TarnUiDialog *d) { use_setup_dialog(provider_user(d)); };
+            ui.dialog = [](TarnUiDialog *d) { use_setup_dialog(d); };
             result = koPrinterSetupDlg(nullptr);
             EXPECT_EQ(ui.dialogs, std::vector<std::string>{"DlgLogPrinters"});
         } else if (!test_env::drive_system_dialog(
                        "Drucker einrichten", [&] { result = koPrinterSetupDlg(nullptr); },
-                       [](test_env::SystemDialog d) { use_setup_dialog(system_user(d)); })) {
+                       [](test_env::SystemDialog d) { use_setup_dialog(d); })) {
             EXPECT_TRUE(test_env::library_keeps_settings()) << "Windows showed no dialog: " << result;
             continue;  // Linux shows dialogs only through a provider
         }
@@ -339,8 +327,7 @@ TEST_F(Printers, SettingsDialogStoresTheRolesDeviceMode) {
                 tarnUiDialogPress(d, c.button);
                 return;
             }
-            std::vector<std::string> roles;
-            for (int i = 0; const char *item = tarnUiDialogListItem(d, 101, i); ++i) roles.emplace_back(item);
+            const std::vector<std::string> roles = list_items(d, 101);
             const auto at = std::find(roles.begin(), roles.end(), role);
             ASSERT_NE(at, roles.end());
             tarnUiDialogSelect(d, 101, int(at - roles.begin()));
@@ -348,13 +335,10 @@ TEST_F(Printers, SettingsDialogStoresTheRolesDeviceMode) {
             tarnUiDialogPress(d, 1);
         };
         EXPECT_EQ(koPrinterSetupDlg(nullptr), 1);
-        EXPECT_EQ(ui.dialogs, (std::vector<std::string>{"DlgLogPrinters", "DlgDeviceSettings"}));
         DEVMODEA *m = koPrinterLoadDevmodeData(role.c_str());
         ASSERT_NE(m, nullptr);
-        EXPECT_EQ(m->dmPaperSize, c.wantPaper);
-        EXPECT_EQ(m->dmOrientation, c.wantOrientation);
-        EXPECT_EQ(m->dmCopies, c.wantCopies);
-        EXPECT_EQ(m->dmDuplex, c.wantDuplex);
+        EXPECT_EQ(std::make_tuple(m->dmPaperSize, m->dmOrientation, m->dmCopies, m->dmDuplex),
+                  std::make_tuple(c.wantPaper, c.wantOrientation, c.wantCopies, c.wantDuplex));
         EXPECT_EQ(m->dmDriverExtra, 6);
         EXPECT_EQ(reinterpret_cast<unsigned char *>(m + 1)[5], 0xA5) << "the driver's bytes are kept";
         FreeGlobal(m);
@@ -381,8 +365,7 @@ TEST(Drawing, ShapesTextAndPicturesOnPixels) {
     EXPECT_TRUE(ink_between(dc, 330, 390, 130, 190)) << "the text ends at the right edge";
     EXPECT_FALSE(ink_between(dc, 100, 240, 130, 190)) << "nothing on the left";
     EXPECT_FALSE(ink_between(dc, 390, 400, 120, 200)) << "clipped to its box";
-    // On Linux the memory device has the 300 dots per inch asked for: 12 points are 50 dots, and a
-    // line is a little more (on Windows it has the screen's resolution).
+    // On Linux the memory device has the 300 dpi asked for: 12 points are 50 dots, a line a bit more.
     const int lineHeight = plat::text_height(dc, font);
     EXPECT_GT(lineHeight, 0);
     if (test_env::library_keeps_settings()) {
@@ -403,9 +386,8 @@ TEST(Drawing, ShapesTextAndPicturesOnPixels) {
     EXPECT_TRUE(plat::delete_dc(dc));
 }
 
-// Three pages of text and boxes printed through a role mapped to the test printer become one
-// file of three pages: on Linux a PDF in the print folder, named after the document, its fonts
-// embedded; under Wine the PostScript file given to the document.
+// Three pages through a role mapped to the test printer make one file of three pages: on Linux a
+// PDF in the print folder titled and named after the document, under Wine the given PostScript file.
 TEST(Drawing, ThreePagesThroughARoleReachTheFile) {
     const std::string printer = test_env::test_printer();
     ASSERT_NE(printer, "");
@@ -416,18 +398,7 @@ TEST(Drawing, ThreePagesThroughARoleReachTheFile) {
     test_env::set_env("TARNGDI_PRINT_DIR", folder.c_str());
     const bool ownPdf = test_env::library_keeps_settings();
     const std::string out = test_env::join(folder, ownPdf ? "Rechnung 4711.pdf" : "job.ps");
-    ASSERT_TRUE(plat::start_document(dc, "Rechnung 4711", ownPdf ? nullptr : out.c_str()));
-    plat::FontSpec font;
-    font.name = "Arial";
-    for (int page = 1; page <= 3; ++page) {
-        ASSERT_TRUE(plat::start_page(dc));
-        plat::fill_box(dc, 600, 600, 1800, 900, kRed);
-        plat::draw_text(dc, 600, 1000, 4000, 1200, ("Seite " + std::to_string(page) + " \xE4\xF6\xFC").c_str(), font,
-                        kBlack, plat::kAlignLeft);
-        ASSERT_TRUE(plat::end_page(dc));
-    }
-    ASSERT_TRUE(plat::end_document(dc));
-    plat::delete_dc(dc);
+    ASSERT_NO_FATAL_FAILURE(print_three_pages(dc, "Rechnung 4711", ownPdf ? nullptr : out.c_str()));
     test_env::set_env("TARNGDI_PRINT_DIR", nullptr);
     const std::string file = harness::read_file(out);
     if (test_env::system_is_wine()) {
@@ -442,35 +413,6 @@ TEST(Drawing, ThreePagesThroughARoleReachTheFile) {
     ASSERT_NE(pages, std::string::npos) << info;
     EXPECT_EQ(std::stoi(info.substr(pages + 6)), 3) << info;
     EXPECT_NE(info.find("Rechnung 4711"), std::string::npos) << "the document's name is its title";
-    const std::string fonts = test_env::command_output("pdffonts '" + out + "' 2>&1");
-    EXPECT_EQ(fonts.find("Type 3"), std::string::npos) << fonts;
-    EXPECT_NE(fonts.find("yes"), std::string::npos) << "embedded: " << fonts;
-}
-
-// The built-in "PDF" printer names its file after the document in the print folder and keeps
-// earlier files; an information context writes nothing.
-TEST(Drawing, ThePdfPrinterNamesItsFiles) {
-    if (!test_env::library_keeps_settings()) GTEST_SKIP() << "the PDF printer is the library's own, on Linux";
-    const std::string folder = test_env::temp_folder("print_dir");
-    test_env::set_env("TARNGDI_PRINT_DIR", folder.c_str());
-    const struct {
-        const char *title, *file;
-    } cases[] = {{"Angebot 12/2026", "Angebot 12_2026.pdf"},
-                 {"Angebot 12/2026", "Angebot 12_2026 (2).pdf"},
-                 {"a:b*c?", "a_b_c_.pdf"}};
-    for (const auto &c : cases) {
-        HDC dc = koGetPrinterDC("PDF", 0);
-        ASSERT_TRUE(plat::start_document(dc, c.title, nullptr)) << c.title;
-        plat::start_page(dc);
-        plat::end_page(dc);
-        EXPECT_TRUE(plat::end_document(dc));
-        plat::delete_dc(dc);
-        EXPECT_TRUE(harness::file_exists(test_env::join(folder, c.file))) << c.file;
-    }
-    HDC info = koGetPrinterDC("PDF", 1);
-    EXPECT_FALSE(plat::start_document(info, "nothing", nullptr));
-    plat::delete_dc(info);
-    test_env::set_env("TARNGDI_PRINT_DIR", nullptr);
 }
 
 // A CUPS queue is listed before "PDF"; a document printed through a role mapped to it becomes one
@@ -497,16 +439,7 @@ TEST(Drawing, ACupsQueueGetsOneJobWithTheRolesSettings) {
     ASSERT_NE(koPrinterSaveDevmodeData("Angebot2", &mode), 0);
     HDC dc = koGetPrinterDCByLogName("Angebot2", 0);
     ASSERT_NE(dc, nullptr);
-    ASSERT_TRUE(plat::start_document(dc, "Angebot 7", nullptr));
-    plat::FontSpec font;
-    for (int page = 1; page <= 3; ++page) {
-        plat::start_page(dc);
-        plat::draw_text(dc, 600, 600, 4000, 800, ("Seite " + std::to_string(page)).c_str(), font, kBlack,
-                        plat::kAlignLeft);
-        plat::end_page(dc);
-    }
-    EXPECT_TRUE(plat::end_document(dc)) << "the job was accepted";
-    plat::delete_dc(dc);
+    ASSERT_NO_FATAL_FAILURE(print_three_pages(dc, "Angebot 7", nullptr));
     for (int i = 0; i < 400 && !harness::file_exists(job); ++i) test_env::sleep_ms(50);
     const std::string options = harness::read_file(job + ".options");
     const std::string info = test_env::command_output("pdfinfo '" + job + "' 2>&1");

@@ -21,8 +21,7 @@
 
 namespace {
 
-// Ports come in blocks of 200 from 40000 up. The first is this process's shared server, and whoever
-// holds it owns the block, so that test runs at the same time on one machine keep apart.
+// Ports in blocks of 200 from 40000 up: whoever holds a block's first (its shared server) owns it.
 uint16_t portBlock = 0;
 uint16_t port_at(int offset) { return uint16_t(portBlock + offset); }
 
@@ -40,8 +39,6 @@ bool within(int seconds, const std::function<bool()> &done) {
         if (done()) return true;
     return false;
 }
-
-// ---- what the server reports, its handler, the clients -----------------------------------------
 
 struct Report {
     uint32_t code, flag;
@@ -135,8 +132,6 @@ uint16_t who_am_i(void *client) {
     return koClientRequest(client, kWhoAmI, nullptr, 0, &id, 2, &length) == 1 && length == 2 ? id : 0;
 }
 
-// ---- one end of a connection, written and read byte by byte ----------------------------------
-
 std::string pipe_name(uint16_t port) { return "\\\\.\\pipe\\KELVO_" + std::to_string(100000 + port).substr(1); }
 
 // The first `bytes` of a frame on the wire: its 8 header bytes, then filler data.
@@ -189,8 +184,7 @@ struct RawEnd {
     }
 };
 
-// A server for one connection: reads whole request frames, answers each with the next
-// prepared bytes and closes the connection after the last.
+// A server for one connection: answers each whole request frame with the next bytes, then closes.
 struct FakeServer {
     std::thread thread;
     ~FakeServer() { thread.join(); }
@@ -262,9 +256,8 @@ TEST_F(RequestService, LoginReportsTrimmedNameAndGivesUsableIds) {
     }
 }
 
-// Requests work without a login; a reply larger than the buffer is cut, its length not; data
-// goes up to the frame's limit. A one-way request (0) succeeds at once and gets no reply: the
-// echoes after it would read one.
+// Requests work without a login; a reply larger than the buffer is cut, its length not; data goes up
+// to the frame's limit. A one-way request (0) gets no reply: the echoes after it would read one.
 TEST_F(RequestService, RepliesBuffersAndOneWayRequests) {
     for (Transport t : kTransports) {
         SCOPED_TRACE(name_of(t));
@@ -421,15 +414,11 @@ TEST_F(RequestService, FailedCreatesAndNullHandles) {
         EXPECT_EQ(result, 0);
 }
 
-// 32 clients, half on pipes, each logged in with echoes of 1 to 257 bytes, in a warm-up round of
-// 200 echoes each and a round of 1800: every client of a round has an id of its own, the second
-// round leaves no resident memory behind and neither leaves blocks. In the second round one more
-// connection resets in the middle of a request frame while the others are at work: it ends
-// alone, and every client still gets every reply.
+// 32 clients, half on pipes, logged in, echoing 1 to 257 bytes: 200 echoes each to warm up, then 1800
+// while one more connection resets mid-frame and ends alone. Ids stay distinct, nothing is left behind.
 TEST_F(RequestService, ThirtyTwoClientsAtOnce) {
     constexpr int kClients = 32;
-    uint32_t blocksBefore = 0, bytesBefore = 0, blocksAfter = 0, bytesAfter = 0;
-    GetGlobalUsage(&blocksBefore, &bytesBefore);
+    const auto trackedBefore = harness::tracked_memory();
     [[maybe_unused]] unsigned long long memoryBefore = 0;  // that of the second round
     for (int round = 0, requests = 200; round < 2; ++round, requests = 1800) {
         ASSERT_TRUE(wait_active(0));
@@ -484,9 +473,7 @@ TEST_F(RequestService, ThirtyTwoClientsAtOnce) {
         EXPECT_EQ(std::set<uint16_t>(ids.begin(), ids.end()).size(), size_t(kClients)) << "two clients share an id";
     }
     EXPECT_TRUE(wait_active(0)) << "connections left";
-    GetGlobalUsage(&blocksAfter, &bytesAfter);
-    EXPECT_EQ(blocksAfter, blocksBefore);
-    EXPECT_EQ(bytesAfter, bytesBefore);
+    EXPECT_EQ(harness::tracked_memory(), trackedBefore) << "blocks and bytes left";
 #if !defined(__SANITIZE_ADDRESS__)  // its quarantine keeps freed blocks resident
     // 57,600 requests in the second round: even 100 bytes kept per request would show.
     EXPECT_LT(test_env::process_memory_bytes(), memoryBefore + (4ull << 20)) << "resident memory grew";
@@ -495,14 +482,12 @@ TEST_F(RequestService, ThirtyTwoClientsAtOnce) {
 
 // ---- servers that shut down: each in a child process ----------------------------------------
 
-void TARN_CALL quiet_report(uint32_t, const char *, uint32_t) {}
-
-// args: port, flags[, ms the handler takes over requests 30 and 31]. Serves until a client
-// shuts the server down; 3 when none did within 60 s.
+// args: port, flags[, ms the handler takes over requests 30 and 31]. Serves until a client shuts
+// the server down; 3 when none did within 60 s.
 int request_server(const std::vector<std::string> &args) {
     if (args.size() == 3) shutdownRequestDelayMs = std::stoi(args[2]);
     koInitIP();
-    void *server = koServerCreate(std::stoi(args[0]), uint16_t(std::stoi(args[1])), test_handler, quiet_report);
+    void *server = koServerCreate(std::stoi(args[0]), uint16_t(std::stoi(args[1])), test_handler, record_report);
     if (!server) return 4;
     if (!within(60, [&] { return !koServerIsRunning(server); })) return 3;
     koServerCleanup(server);
@@ -510,10 +495,17 @@ int request_server(const std::vector<std::string> &args) {
 }
 TEST_CHILD_ROLE("request-server", request_server);
 
-// args: port. The server's own shutdown, its cleanup and a server created after them.
+// args: port. A pipe that cannot be created fails koServerCreate (on port + 2) and takes down the
+// socket listener the call made; then the server's own shutdown, its cleanup and a server after them.
 int shutdown_self(const std::vector<std::string> &args) {
     const uint16_t port = uint16_t(std::stoi(args[0]));
     koInitIP();
+    {
+        harness::Fault refused("CreateNamedPipe", 1, harness::kAccessDenied);
+        if (koServerCreate(port + 2, KO_SERVER_SOCKETS | KO_SERVER_PIPES, test_handler, record_report)) return 11;
+    }
+    if (!find_report(pipe_name(port + 2))) return 12;
+    if (void *tcp = koClientCreate(port + 2, kTcp, "#127.0.0.1")) return koClientCleanup(tcp), 13;
     void *server = koServerCreate(port, KO_SERVER_SOCKETS, test_handler, record_report);
     if (!server) return 3;
     void *before = connect_client(kTcp, port);
@@ -535,21 +527,6 @@ int shutdown_self(const std::vector<std::string> &args) {
 }
 TEST_CHILD_ROLE("request-shutdown-self", shutdown_self);
 
-// args: port. A pipe that cannot be created fails koServerCreate and takes down the socket
-// listener the call made.
-int pipe_create_refused(const std::vector<std::string> &args) {
-    const uint16_t port = uint16_t(std::stoi(args[0]));
-    koInitIP();
-    {
-        harness::Fault refused("CreateNamedPipe", 1, harness::kAccessDenied);
-        if (koServerCreate(port, KO_SERVER_SOCKETS | KO_SERVER_PIPES, test_handler, record_report)) return 3;
-    }
-    if (!find_report(pipe_name(port))) return 4;
-    if (void *tcp = koClientCreate(port, kTcp, "#127.0.0.1")) return koClientCleanup(tcp), 5;
-    return 0;
-}
-TEST_CHILD_ROLE("pipe-create-refused", pipe_create_refused);
-
 // args: folder, first port, count. A pipe-only server per port, one after the other: each says
 // "ready-N" in the folder as soon as koServerCreate has returned and waits for "done-N".
 int pipe_servers_one_by_one(const std::vector<std::string> &args) {
@@ -558,7 +535,7 @@ int pipe_servers_one_by_one(const std::vector<std::string> &args) {
     koInitIP();
     std::vector<void *> servers;
     for (int i = 0; i < count; ++i) {
-        servers.push_back(koServerCreate(first + i, KO_SERVER_PIPES, test_handler, quiet_report));
+        servers.push_back(koServerCreate(first + i, KO_SERVER_PIPES, test_handler, record_report));
         if (!servers.back()) return 4;
         harness::write_file(test_env::join(folder, "ready-" + std::to_string(i)), "");
         if (!within(30, [&] { return harness::file_exists(test_env::join(folder, "done-" + std::to_string(i))); }))
@@ -578,7 +555,7 @@ test_env::Child start_server(uint16_t port, const char *flags, const char *delay
     return test_env::start_self(args);
 }
 
-TEST_F(RequestServiceShutdown, TheServersOwnShutdownHoldsForTheProcess) {
+TEST_F(RequestServiceShutdown, ARefusedPipeAndTheServersOwnShutdown) {
     EXPECT_EQ(harness::run_child({"--role", "request-shutdown-self", std::to_string(port_at(50))}), 0);
 }
 
@@ -633,7 +610,6 @@ TEST_F(RequestServiceShutdown, RequestThirtyOneOverTheRawPipe) {
 // pipe: 300 servers in 5 processes, each connected to at once without a retry.
 TEST_F(RequestServiceShutdown, ThePipeIsThereWhenCreateReturns) {
     constexpr int kProcesses = 5, kServers = 60, kFirst = 140;  // ports 140..199 of the block
-    EXPECT_EQ(harness::run_child({"--role", "pipe-create-refused", std::to_string(port_at(kFirst))}), 0);
     int refused = 0;
     for (int p = 0; p < kProcesses; ++p) {
         const std::string folder = test_env::temp_folder("pipe_ready_" + std::to_string(p));

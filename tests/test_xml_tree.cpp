@@ -1,6 +1,5 @@
-// XML node trees and the atom table: links after every kind of add and release, the atom lock
-// count, the sorted atom table, values inline and in scratch-file slots (with the reuse test as
-// it stands), name and path lookups, and the traversal flags.
+// XML node trees and the atom table: links, the lock count, the sorted atoms, values inline and in
+// scratch-file slots (the reuse test as it stands), name and path lookups, the traversal flags.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -62,8 +61,8 @@ protected:
     XML_Node *stored = nullptr;
 };
 
-TEST_F(XmlTree, NewNodesAndAdditionsLinkInPlace) {
-    enum { First, Last, Next, Prev };
+TEST_F(XmlTree, AddsAndReleasesLinkInPlace) {
+    enum { First, Last, Next, Prev, Release };
     XML_Node *(TARN_CALL *const adds[])(XML_Node *, const char *) = {koXML_AddChildFirst, koXML_AddChildLast,
                                                                      koXML_AddNext, koXML_AddPrev};
     XML_Node *root = tree();
@@ -79,85 +78,54 @@ TEST_F(XmlTree, NewNodesAndAdditionsLinkInPlace) {
         {Next, "d", "e", "R(0,a,b,c,d,e)"},            // after the last child
         {Prev, "c", nullptr, "R(0,a,b,c,c,d,e)"},      // a sibling takes the neighbour's name
         {First, "b", nullptr, "R(0,a,b(b),c,c,d,e)"},  // a child takes the parent's name
+        {Last, "d", "x", "R(0,a,b(b),c,c,d(x),e)"},
+        {Release, "0", nullptr, "R(a,b(b),c,c,d(x),e)"},  // the first child
+        {Release, "d", nullptr, "R(a,b(b),c,c,e)"},       // with its subtree
+        {Release, "e", nullptr, "R(a,b(b),c,c)"},         // the last child
+        {Release, "b/b", nullptr, "R(a,b,c,c)"},          // an only child
+        {Last, "", "f", "R(a,b,c,c,f)"},                  // the freed nodes are taken again without harm
     };
     for (const auto &s : steps) {
         XML_Node *target = koXML_GetChildByNameEx(root, s.target);
         ASSERT_NE(target, nullptr) << s.target;
-        XML_Node *made = adds[s.op](target, s.name);
-        ASSERT_NE(made, nullptr) << s.shape;
+        if (s.op == Release) {
+            koXML_ReleaseItem(target);
+        } else {
+            XML_Node *made = adds[s.op](target, s.name);
+            ASSERT_NE(made, nullptr) << s.shape;
+            EXPECT_EQ(koXML_GetName(made), koXML_MakeAtom(koXML_GetName(made))) << "names are atoms";
+        }
         EXPECT_EQ(shape(root), s.shape);
-        EXPECT_EQ(koXML_GetName(made), koXML_MakeAtom(koXML_GetName(made))) << "names are atoms";
     }
+    koXML_ReleaseTree(nullptr);
+    koXML_ReleaseItem(nullptr);
+    EXPECT_FALSE(atoms_empty()) << "neither a child's release nor a null one moves the lock count";
 }
 
-TEST_F(XmlTree, ReleasingAnItemUnlinksItsSubtree) {
-    const struct {
-        const char *path, *shape;
-    } cases[] = {
-        {"a", "R(b(b1),c)"},
-        {"b", "R(a,c)"},
-        {"c", "R(a,b(b1))"},
-        {"b/b1", "R(a,b,c)"} /* an only child */,
-    };
-    for (const auto &c : cases) {
-        XML_Node *root = koXML_CreateTree("R", nullptr);
-        koXML_AddChildLast(root, "a");
-        koXML_AddChildLast(koXML_AddChildLast(root, "b"), "b1");
-        koXML_AddChildLast(root, "c");
-        koXML_ReleaseItem(koXML_GetChildByNameEx(root, c.path));
-        EXPECT_EQ(shape(root), c.shape) << c.path;
-        EXPECT_FALSE(atoms_empty()) << "a child's release leaves the lock count alone";
-        koXML_AddChildLast(root, "new");  // the freed nodes are taken again without harm
-        koXML_ReleaseTree(root);
-    }
-}
-
-TEST_F(XmlTree, SiblingsBesideARootAreTreesOfTheirOwn) {
+// A root's siblings are trees of their own, and a root is released as a tree: one step of the lock
+// count. Only the step from 1 to 0 empties the table; FreeAtoms empties it but keeps the count.
+TEST_F(XmlTree, LockCountEmptiesTheTableOnlyFromOneToZero) {
     koXML_LockAtoms(1);
     XML_Node *root = koXML_CreateTree("R", nullptr);
     XML_Node *after = koXML_AddNext(root, "s"), *before = koXML_AddPrev(root, "p");
     koXML_AddChildLast(after, "s1");
     EXPECT_EQ(koXML_GetParent(after), nullptr);
-    koXML_ReleaseItem(root);  // released as a tree: one step of the lock count
+    koXML_ReleaseItem(root);  // 2 -> 1
     EXPECT_FALSE(atoms_empty());
     EXPECT_TRUE(koXML_GetNext(before) == after && koXML_GetPrev(after) == before) << "relinked";
     EXPECT_EQ(shape(after), "s(s1)");
     koXML_ReleaseItem(after);
     EXPECT_TRUE(atoms_empty()) << "the lock count fell from 1 to 0";
-    koXML_ReleaseItem(before);  // to -1: nothing more happens
+    koXML_MakeAtom("a");
+    koXML_ReleaseItem(before);  // 0 -> -1
+    koXML_LockAtoms(1);         // -1 -> 0
+    EXPECT_FALSE(atoms_empty()) << "never passed from 1 to 0";
     koXML_LockAtoms(1);
-}
-
-TEST_F(XmlTree, LockCountEmptiesTheTableOnlyFromOneToZero) {
-    // C create a tree, R release the newest, L lock, U unlock, A intern, F free the atoms.
-    const struct {
-        const char *ops, *cleanup;
-        bool empty;
-    } cases[] = {
-        {"CR", "", true},    {"LCR", "U", false}, {"CCR", "R", false},
-        {"A", "", false},    {"AUL", "", false},  // 0 -> -1 -> 0 never passes 1 -> 0
-        {"LAFAU", "", true},                      // FreeAtoms empties but keeps the count: U still goes 1 -> 0
-    };
-    for (const auto &c : cases) {
-        XML_Node *made[2];
-        int count = 0;
-        auto run = [&](const char *ops) {
-            for (const char *op = ops; *op; ++op) {
-                switch (*op) {
-                case 'C': made[count++] = koXML_CreateTree(nullptr, nullptr); break;
-                case 'R': koXML_ReleaseTree(made[--count]); break;
-                case 'L': koXML_LockAtoms(1); break;
-                case 'U': koXML_LockAtoms(0); break;
-                case 'A': koXML_MakeAtom("x"); break;
-                case 'F': koXML_FreeAtoms(); break;
-                }
-            }
-        };
-        run(c.ops);
-        EXPECT_EQ(atoms_empty(), c.empty) << c.ops;
-        run(c.cleanup);
-        koXML_FreeAtoms();
-    }
+    koXML_FreeAtoms();
+    const char *x = koXML_MakeAtom("x");
+    EXPECT_TRUE(koXML_GetAtomByID(0) == x && koXML_GetAtomByID(1) == nullptr) << "an emptied table forgets its atoms";
+    koXML_LockAtoms(0);
+    EXPECT_TRUE(atoms_empty()) << "the kept count went from 1 to 0";
 }
 
 // Letters before case, lower case first (not the byte order "A B a b"); the table grows past 512
@@ -175,14 +143,9 @@ TEST_F(XmlTree, AtomsSortAsTheSystemComparesAndStayWhereTheyAre) {
     char copy[] = "b";
     EXPECT_EQ(koXML_MakeAtom(copy), koXML_GetAtomByID(2)) << "equal texts give the same pointer";
     EXPECT_EQ(koXML_MakeAtom(nullptr), nullptr);
-    // An emptied table forgets its atoms.
-    koXML_FreeAtoms();
-    const char *x = koXML_MakeAtom("x");
-    EXPECT_EQ(koXML_GetAtomByID(0), x);
-    EXPECT_EQ(koXML_GetAtomByID(1), nullptr);
 }
 
-TEST_F(XmlTree, ValuesInlineOrInScratchSlotsAndCutToTheBuffer) {
+TEST_F(XmlTree, TextAndBinaryValuesInlineOrInScratchSlots) {
     XML_Node *root = store(), *bare = tree();
     const struct {
         size_t length, kept;
@@ -211,13 +174,30 @@ TEST_F(XmlTree, ValuesInlineOrInScratchSlotsAndCutToTheBuffer) {
         {inlined, 1, "<null>"},          {inlined, -5, "<null>"}, {inStore, 10, "abcdefghi"},
     };
     for (const auto &c : cuts) EXPECT_EQ(value(c.node, c.size), c.expected) << c.size;
+
+    // Binary values are read only with the exact size.
+    for (int32_t length : {24, 300}) {
+        const std::string bytes = std::string(3, '\0') + text_of(size_t(length - 3), 'a');
+        XML_Node *node = koXML_AddChildLast(root, "bin");
+        ASSERT_EQ(koXML_SetBinValue(node, bytes.data(), length), 1);
+        std::string back(size_t(length) + 1, '#');
+        for (int32_t size : {length - 1, length + 1}) EXPECT_EQ(koXML_GetBinValue(node, &back[0], size), 0) << size;
+        EXPECT_EQ(koXML_GetBinValue(node, &back[0], length), 1) << length;
+        EXPECT_EQ(back, bytes + "#") << "no zero appended";
+    }
+    for (XML_Node *node : {koXML_AddChildLast(root, "empty"), bare}) koXML_SetValue(node, "abc");
+    EXPECT_EQ(koXML_SetBinValue(koXML_GetLastChild(root), nullptr, 5), 1);
+    EXPECT_EQ(value(koXML_GetLastChild(root)), "");
+    EXPECT_EQ(koXML_SetBinValue(bare, std::string(30, 'z').data(), 30), 0);
+    EXPECT_EQ(value(bare), "abc") << "a long binary value without store changes nothing";
 }
 
-// The reuse test reads the length stored now, not the size once reserved: a slot can be
-// overrun into the next one. Kept: trees have always been written so.
+// The reuse test reads the length stored now, not the size once reserved: a slot can be overrun
+// into the next one (kept: trees have always been written so). A new slot whose write fails is
+// still the node's: the result is 0, and the next value that passes the reuse test goes there.
 TEST_F(XmlTree, SlotsAreReusedByTheStoredLength) {
     XML_Node *a = koXML_AddChildLast(store(), "a"), *b = koXML_AddChildLast(stored, "b"),
-             *c = koXML_AddChildLast(stored, "c");
+             *c = koXML_AddChildLast(stored, "c"), *d = koXML_AddChildLast(stored, "d");
     const struct {
         XML_Node *node;
         size_t length;
@@ -237,40 +217,16 @@ TEST_F(XmlTree, SlotsAreReusedByTheStoredLength) {
         EXPECT_EQ(value(s.node), text) << s.length;
     }
     EXPECT_EQ(value(b), text_of(90, 'A').substr(64) + text_of(40, 'b').substr(26)) << "a's 90 bytes ran into b's slot";
-}
 
-// A new slot whose write fails is still the node's: the result is 0, the node takes the new
-// length, and the next value that passes the reuse test goes into that slot.
-TEST_F(XmlTree, AFailedWriteToANewSlotKeepsTheSlot) {
-    XML_Node *a = koXML_AddChildLast(store(), "a");
-    EXPECT_EQ(koXML_SetValue(a, "short"), 1);
     harness::Fault diskFull("WriteFile", 1, harness::kDiskFull);
-    EXPECT_EQ(koXML_SetValue(a, text_of(40, 'a').c_str()), 0);
+    EXPECT_EQ(koXML_SetValue(d, text_of(40, 'd').c_str()), 0);
     diskFull.disarm();
-    EXPECT_EQ(value(a), "<null>") << "40 bytes stored, none of them written";
-    EXPECT_EQ(file_size(), 0);
-    const std::string again = text_of(50, 'b');
-    EXPECT_EQ(koXML_SetValue(a, again.c_str()), 1);
-    EXPECT_EQ(value(a), again);
-    EXPECT_EQ(file_size(), 50) << "written over the slot kept, without a new slot's padding";
-}
-
-TEST_F(XmlTree, BinaryValuesNeedTheExactSize) {
-    XML_Node *root = store(), *bare = tree();
-    for (int32_t length : {24, 300}) {
-        const std::string bytes = std::string(3, '\0') + text_of(size_t(length - 3), 'a');
-        XML_Node *node = koXML_AddChildLast(root, "bin");
-        ASSERT_EQ(koXML_SetBinValue(node, bytes.data(), length), 1);
-        std::string back(size_t(length) + 1, '#');
-        for (int32_t size : {length - 1, length + 1}) EXPECT_EQ(koXML_GetBinValue(node, &back[0], size), 0) << size;
-        EXPECT_EQ(koXML_GetBinValue(node, &back[0], length), 1) << length;
-        EXPECT_EQ(back, bytes + "#") << "no zero appended";
-    }
-    for (XML_Node *node : {koXML_AddChildLast(root, "empty"), bare}) koXML_SetValue(node, "abc");
-    EXPECT_EQ(koXML_SetBinValue(koXML_GetLastChild(root), nullptr, 5), 1);
-    EXPECT_EQ(value(koXML_GetLastChild(root)), "");
-    EXPECT_EQ(koXML_SetBinValue(bare, std::string(30, 'z').data(), 30), 0);
-    EXPECT_EQ(value(bare), "abc") << "a long binary value without store changes nothing";
+    EXPECT_EQ(value(d), "<null>") << "40 bytes stored, none of them written";
+    EXPECT_EQ(file_size(), 384);
+    const std::string again = text_of(50, 'e');
+    EXPECT_EQ(koXML_SetValue(d, again.c_str()), 1);
+    EXPECT_EQ(value(d), again);
+    EXPECT_EQ(file_size(), 384 + 50) << "written over the slot kept, without a new slot's padding";
 }
 
 TEST_F(XmlTree, LookupsByNameAndPath) {
@@ -361,23 +317,18 @@ TEST_F(XmlTree, TraversalFlagsInOrder) {
         {a1, 0x31, "R", "A1 A R "},
     };
     for (const auto &c : cases) EXPECT_EQ(walk(c.from, c.flags, c.stopAt), c.visits) << std::hex << c.flags;
+
+    // A released node keeps its links until the callback returns: the walk goes on past it.
+    XML_Node *other = tree();
+    for (const char *name : {"k", "x", "k", "x", "x", "k"}) koXML_AddChildLast(koXML_AddChildLast(other, name), "in");
+    EXPECT_EQ(walk(other, 0x03, "", "x"), "R k in x k in x x k in ");
+    EXPECT_EQ(shape(other), "R(k(in),k(in),k(in))");
 }
 
-// The freed node keeps its links until the callback returns, so releasing the visited node is
-// safe and the walk goes on with its next sibling.
-TEST_F(XmlTree, TraversalGoesOnPastANodeItsCallbackReleased) {
-    XML_Node *root = tree();
-    for (const char *name : {"k", "x", "k", "x", "x", "k"}) koXML_AddChildLast(koXML_AddChildLast(root, name), "in");
-    EXPECT_EQ(walk(root, 0x03, "", "x"), "R k in x k in x x k in ");
-    EXPECT_EQ(shape(root), "R(k(in),k(in),k(in))");
-}
-
-// Walked and released without recursion: a deep chain must not exhaust the stack. Down: first,
-// after the children, last. Up: first, before going up, last, and the last calls come back down.
-// The scratch file's cell and the atoms are given back.
+// Walked and released without recursion, so a deep chain cannot exhaust the stack: down (0x27)
+// and up (0x39) with all three calls each. The scratch file's cell and the atoms are given back.
 TEST_F(XmlTree, DeepAndWideTreesAreWalkedAndReleasedWhole) {
-    uint32_t blocks0 = 0, blocks1 = 0;
-    GetGlobalUsage(&blocks0, nullptr);
+    const auto before = harness::tracked_memory();
     constexpr int kCount = 300000;
     XML_Node *at = store();
     for (int i = 0; i < kCount; ++i) at = koXML_AddChildFirst(at, "d");
@@ -394,10 +345,7 @@ TEST_F(XmlTree, DeepAndWideTreesAreWalkedAndReleasedWhole) {
     koXML_ReleaseTreeEx(stored);
     stored = nullptr;
     EXPECT_TRUE(atoms_empty());
-    GetGlobalUsage(&blocks1, nullptr);
-    EXPECT_EQ(blocks1, blocks0) << "cell and atoms given back";
-    koXML_ReleaseTree(nullptr);
-    koXML_ReleaseItem(nullptr);
+    EXPECT_EQ(harness::tracked_memory().first, before.first) << "cell and atoms given back";
 }
 
 }  // namespace
