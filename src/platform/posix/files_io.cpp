@@ -403,9 +403,18 @@ std::vector<FoundFile> find_files(const char *pattern) {
     return found;
 }
 
+// A link is followed: the file it names is replaced, and the link stays.
+static std::string link_target(const std::string &path) {
+    struct stat st;
+    char *real = ::lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode) ? ::realpath(path.c_str(), nullptr) : nullptr;
+    const std::string target = real ? real : path;
+    std::free(real);
+    return target;
+}
+
 bool replace_file(const char *from, const char *to) {
     if (fail_now(kCallMoveFile)) return false;
-    const std::string src = posix_path(from), dst = posix_path(to);
+    const std::string src = posix_path(from), dst = link_target(posix_path(to));
     struct stat target;
     const bool existed = ::stat(dst.c_str(), &target) == 0;
     if (existed && (attributes_of(target) & kAttrReadOnly)) {
@@ -424,7 +433,7 @@ bool replace_file(const char *from, const char *to) {
 
 std::string sibling_temp_name(const char *path) {
     static std::atomic<uint32_t> counter{0};
-    return std::string(path) + "." + std::to_string(getpid()) + "-" + std::to_string(++counter) + ".tmp";
+    return link_target(posix_path(path)) + "." + std::to_string(getpid()) + "-" + std::to_string(++counter) + ".tmp";
 }
 
 // The bytes, the permissions and the access and write times go over; a copy that fails half-way

@@ -5,8 +5,21 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace tarn_tool {
+namespace {
+
+// A link is followed: the file it names is replaced, and the link stays.
+std::string link_target(const std::string &path) {
+    struct stat st;
+    char *real = lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode) ? realpath(path.c_str(), nullptr) : nullptr;
+    const std::string target = real ? real : path;
+    std::free(real);
+    return target;
+}
+
+}  // namespace
 
 bool replace_file(const std::string &from, const std::string &to) {
     // The data reaches the disk before the name does; an existing file keeps its permissions.
@@ -15,13 +28,13 @@ bool replace_file(const std::string &from, const std::string &to) {
     bool ok = fd >= 0 && (stat(to.c_str(), &old) != 0 || fchmod(fd, old.st_mode & 07777) == 0) &&
               fdatasync(fd) == 0;
     if (fd >= 0) close(fd);
-    return ok && std::rename(from.c_str(), to.c_str()) == 0;
+    return ok && std::rename(from.c_str(), link_target(to).c_str()) == 0;
 }
 
 std::string temp_name_beside(const std::string &path) {
     struct stat st;
     if (stat(path.c_str(), &st) == 0 && !S_ISREG(st.st_mode)) return "";
-    return path + "." + std::to_string(getpid()) + ".tmp";
+    return link_target(path) + "." + std::to_string(getpid()) + ".tmp";
 }
 
 }  // namespace tarn_tool
