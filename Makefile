@@ -47,7 +47,7 @@ fuzz:
 	  echo "== $$name, $(FUZZ_SECONDS) s"; \
 	  TARNGDI_HOME=$(CURDIR)/build/fuzz/home LSAN_OPTIONS=suppressions=$(CURDIR)/tests/lsan.supp $$t -max_len=4096 -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 build/fuzz/corpus/$$name fuzz/corpus/$$name \
 	    >build/fuzz/$$name.log 2>&1 || { tail -40 build/fuzz/$$name.log; exit 1; }; \
-	  grep -E '^#[0-9]+ +DONE' build/fuzz/$$name.log; \
+	  grep -E '^#[0-9]+[[:space:]]+DONE' build/fuzz/$$name.log; \
 	done
 
 demo: build-native
