@@ -11,7 +11,8 @@ namespace plat {
 // ---- file handles: the system's own (HANDLE on Windows, a descriptor elsewhere) ----
 
 enum FileShare { kShareNone = 0, kShareReadWrite = 1 };
-enum FileCreate { kOpenExisting = 0, kCreateAlways = 1 };
+// kCreateNew fails when the name is taken, also by a link, so nothing planted there is written.
+enum FileCreate { kOpenExisting = 0, kCreateAlways = 1, kCreateNew = 2 };
 
 struct FileOpen {
     bool write = false;  // read and write access, else read only
@@ -68,12 +69,17 @@ std::vector<FoundFile> find_files(const char *pattern);
 bool copy_file(const char *from, const char *to, bool failIfExists);
 
 bool delete_file(const char *path);  // DeleteFileA
-// Puts the complete file `from` in the place of `to` in one step (MoveFileExA, replacing an
-// existing file, written through): a reader finds the old file or the new one, never a part.
-// An existing `to` keeps its permissions; a read-only one is refused (access denied).
+// Puts the complete file `from` in the place of `to` in one step, its data on the disk first: a
+// reader finds the old file or the new one, never a part. A read-only `to`, or one the caller
+// may not write, is refused (access denied). On POSIX a link `to` is followed and the file it
+// names keeps its mode and, where allowed, its group.
 bool replace_file(const char *from, const char *to);
-// A name for a new file beside `path`, unique in this process and among processes.
+// A short name for a new file in the folder of `path` (of the file a link names), unique in this
+// process and among processes.
 std::string sibling_temp_name(const char *path);
+// True when nothing is at `path` yet or a regular file is; a device, a pipe or a console is no
+// file to be replaced and is written directly.
+bool replaceable_path(const char *path);
 // Creates one folder; true also when it exists already.
 bool create_directory(const char *path);
 bool file_exists(const char *path);

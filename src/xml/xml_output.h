@@ -1,6 +1,7 @@
 // What the three writers share: one work buffer and one cached file object per write, lines
 // ending in CR LF. The text goes to a new file beside the target, which takes the target's place
 // only once it is complete: a failed write deletes it and leaves an existing file as it was.
+// Devices and pipes, and files in folders that take no new file, are written directly.
 #pragma once
 #include <cstddef>
 #include <cstdint>
@@ -11,6 +12,7 @@
 namespace tarn::xml {
 
 constexpr uint32_t kWorkBufferSize = 262144;
+constexpr uint32_t kAccessDenied = 5, kFileExists = 80;  // the system's error numbers
 
 class OutputFile {
 public:
@@ -35,8 +37,11 @@ private:
 
     IXFileCached *file_ = nullptr;
     char *work_ = nullptr;
+    std::string new_file_beside(const char *name);
+
     const char *name_ = nullptr;
-    std::string temp_;
+    std::string temp_;     // empty when the file itself is written
+    bool device_ = false;  // a device or a pipe, which is never deleted
 };
 
 // How many levels lie below `node` (0 when it has no children); counted without recursion.

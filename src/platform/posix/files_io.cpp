@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -219,6 +220,7 @@ HANDLE file_open(const char *path, const FileOpen &how) {
     const std::string p = posix_path(path);
     int flags = (how.write ? O_RDWR : O_RDONLY) | O_CLOEXEC;
     if (how.create == kCreateAlways) flags |= O_CREAT | O_TRUNC;
+    if (how.create == kCreateNew) flags |= O_CREAT | O_EXCL | O_NOFOLLOW;
     int fd;
     do {
         fd = ::open(p.c_str(), flags, 0666);
@@ -403,12 +405,18 @@ std::vector<FoundFile> find_files(const char *pattern) {
     return found;
 }
 
-// A link is followed: the file it names is replaced, and the link stays.
+// A link is followed: the file it names is replaced, and the link stays; a link to nothing yet
+// names the file to be made.
 static std::string link_target(const std::string &path) {
-    struct stat st;
-    char *real = ::lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode) ? ::realpath(path.c_str(), nullptr) : nullptr;
-    const std::string target = real ? real : path;
-    std::free(real);
+    std::string target = path;
+    char buffer[4096];
+    for (int hops = 0; hops < 40; ++hops) {
+        const ssize_t n = ::readlink(target.c_str(), buffer, sizeof buffer - 1);
+        if (n <= 0) break;
+        const std::string to(buffer, size_t(n));
+        const size_t slash = target.rfind('/');
+        target = to[0] == '/' || slash == std::string::npos ? to : target.substr(0, slash + 1) + to;
+    }
     return target;
 }
 
@@ -417,14 +425,18 @@ bool replace_file(const char *from, const char *to) {
     const std::string src = posix_path(from), dst = link_target(posix_path(to));
     struct stat target;
     const bool existed = ::stat(dst.c_str(), &target) == 0;
-    if (existed && (attributes_of(target) & kAttrReadOnly)) {
+    if (existed && ((attributes_of(target) & kAttrReadOnly) || ::access(dst.c_str(), W_OK) != 0)) {
         set_last_error(kErrAccessDenied);
         return false;
     }
     // The data reaches the disk before the name does: after a power cut the file is the old
-    // one or the new one, never an empty one.
-    const int fd = ::open(src.c_str(), O_RDONLY | O_CLOEXEC);
-    bool ok = fd >= 0 && (!existed || fchmod(fd, target.st_mode & 07777) == 0) && fdatasync(fd) == 0;
+    // one or the new one, never an empty one. Mode and group go over where the system lets them.
+    const int fd = ::open(src.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    if (fd >= 0 && existed) {
+        [[maybe_unused]] const int grouped = fchown(fd, uid_t(-1), target.st_gid);
+        [[maybe_unused]] const int moded = fchmod(fd, target.st_mode & 07777);
+    }
+    bool ok = fd >= 0 && fdatasync(fd) == 0;
     if (fd >= 0) ::close(fd);
     ok = ok && ::rename(src.c_str(), dst.c_str()) == 0;
     if (!ok) fail_with_errno();
@@ -433,7 +445,16 @@ bool replace_file(const char *from, const char *to) {
 
 std::string sibling_temp_name(const char *path) {
     static std::atomic<uint32_t> counter{0};
-    return link_target(posix_path(path)) + "." + std::to_string(getpid()) + "-" + std::to_string(++counter) + ".tmp";
+    const std::string target = link_target(posix_path(path));
+    const size_t slash = target.rfind('/');
+    char name[40];
+    std::snprintf(name, sizeof name, "~tarn%x-%x.tmp", unsigned(getpid()), unsigned(++counter));
+    return (slash == std::string::npos ? std::string() : target.substr(0, slash + 1)) + name;
+}
+
+bool replaceable_path(const char *path) {
+    struct stat st;
+    return ::stat(posix_path(path).c_str(), &st) != 0 || S_ISREG(st.st_mode);
 }
 
 // The bytes, the permissions and the access and write times go over; a copy that fails half-way

@@ -1,4 +1,5 @@
 #include "platform/memory.h"
+#include "platform/last_error.h"
 #include "platform/syscall.h"
 
 #include <cstdlib>
@@ -17,7 +18,9 @@ void *global_alloc(size_t bytes, uintptr_t *handle) {
 
 void *heap_alloc(size_t bytes) {
     if (fail_now(kCallHeapAlloc)) return nullptr;
-    return std::malloc(bytes);
+    void *block = std::malloc(bytes);
+    if (!block) set_last_error(8);  // ERROR_NOT_ENOUGH_MEMORY
+    return block;
 }
 
 void heap_free(void *block) { std::free(block); }

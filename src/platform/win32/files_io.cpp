@@ -5,6 +5,8 @@
 #include <windows.h>
 
 #include <atomic>
+#include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "platform/syscall.h"
@@ -39,7 +41,9 @@ HANDLE file_open(const char *path, const FileOpen &how) {
     // one therefore shares deletion as well, so that creating the same name again opens and
     // truncates it, as the cached file's temporary files are meant to.
     if (how.deleteOnClose && share) share |= FILE_SHARE_DELETE;
-    const DWORD disposition = how.create == kCreateAlways ? CREATE_ALWAYS : OPEN_EXISTING;
+    const DWORD disposition = how.create == kCreateAlways ? CREATE_ALWAYS
+                              : how.create == kCreateNew  ? CREATE_NEW
+                                                          : OPEN_EXISTING;
     const DWORD flags = FILE_ATTRIBUTE_NORMAL | FILE_FLAG_RANDOM_ACCESS |
                         (how.deleteOnClose ? FILE_FLAG_DELETE_ON_CLOSE : 0);
     return CreateFileA(path, access, share, nullptr, disposition, flags, nullptr);
@@ -142,13 +146,32 @@ std::vector<FoundFile> find_files(const char *pattern) {
 
 bool replace_file(const char *from, const char *to) {
     if (fail_now(kCallMoveFile)) return false;
-    return MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
+    // A rename within one volume flushes nothing: the data is put on the disk first.
+    HANDLE h = CreateFileA(from, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (h == INVALID_HANDLE_VALUE) return false;
+    const bool flushed = FlushFileBuffers(h) != FALSE;
+    CloseHandle(h);
+    return flushed && MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
 }
 
 std::string sibling_temp_name(const char *path) {
     static std::atomic<uint32_t> counter{0};
-    return std::string(path) + "." + std::to_string(GetCurrentProcessId()) + "-" +
-           std::to_string(++counter) + ".tmp";
+    const std::string target = path;
+    const size_t end = target.find_last_of("\\/:");
+    char name[40];
+    std::snprintf(name, sizeof name, "~tarn%lx-%x.tmp", GetCurrentProcessId(), unsigned(++counter));
+    return (end == std::string::npos ? std::string() : target.substr(0, end + 1)) + name;
+}
+
+bool replaceable_path(const char *path) {
+    // Devices and pipes by their own names are not opened to look: a pipe would take it for a client.
+    if (std::strncmp(path, "\\\\.\\", 4) == 0) return false;
+    HANDLE h = CreateFileA(path, 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                           FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (h == INVALID_HANDLE_VALUE) return true;
+    const DWORD type = GetFileType(h);
+    CloseHandle(h);
+    return type == FILE_TYPE_DISK;
 }
 
 bool copy_file(const char *from, const char *to, bool failIfExists) {

@@ -20,7 +20,9 @@ void *global_alloc(size_t bytes, uintptr_t *handle) {
 
 void *heap_alloc(size_t bytes) {
     if (fail_now(kCallHeapAlloc)) return nullptr;
-    return HeapAlloc(GetProcessHeap(), 0, bytes);
+    void *block = HeapAlloc(GetProcessHeap(), 0, bytes);
+    if (!block) SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return block;
 }
 
 void heap_free(void *block) {

@@ -22,11 +22,17 @@ std::string link_target(const std::string &path) {
 }  // namespace
 
 bool replace_file(const std::string &from, const std::string &to) {
-    // The data reaches the disk before the name does; an existing file keeps its permissions.
+    // A file the user may not write is not replaced either. The data reaches the disk before the
+    // name does; an existing file keeps its mode and group where the system lets it.
     struct stat old;
+    const bool existed = stat(to.c_str(), &old) == 0;
+    if (existed && access(to.c_str(), W_OK) != 0) return false;
     const int fd = open(from.c_str(), O_RDONLY | O_CLOEXEC);
-    bool ok = fd >= 0 && (stat(to.c_str(), &old) != 0 || fchmod(fd, old.st_mode & 07777) == 0) &&
-              fdatasync(fd) == 0;
+    if (fd >= 0 && existed) {
+        [[maybe_unused]] const int grouped = fchown(fd, uid_t(-1), old.st_gid);
+        [[maybe_unused]] const int moded = fchmod(fd, old.st_mode & 07777);
+    }
+    const bool ok = fd >= 0 && fdatasync(fd) == 0;
     if (fd >= 0) close(fd);
     return ok && std::rename(from.c_str(), link_target(to).c_str()) == 0;
 }
