@@ -19,7 +19,7 @@ namespace {
 using namespace tarn::print;
 
 constexpr int kPaintLineChars = 4094;
-constexpr COLORREF kBlack = 0, kWhite = 0xFFFFFF;
+constexpr COLORREF kBlack = 0;
 
 struct Item {
     int32_t x = 0, y = 0, c3 = 0, c4 = 0;  // device units; width and height, or the second corner
