@@ -48,13 +48,11 @@ public:
     int32_t WriteBytes(const void *buffer, uint32_t count) override {
         written.insert(written.end(), static_cast<const uint8_t *>(buffer),
                        static_cast<const uint8_t *>(buffer) + count);
-        ++writes;
         return 1;
     }
 
     const void *frameStart = nullptr;  // where the server reads each request header
     std::vector<uint8_t> written;
-    int writes = 0;
 
 private:
     const uint8_t *data_;
