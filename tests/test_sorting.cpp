@@ -161,6 +161,46 @@ TEST(Sorting, RandomArraysEndInTheOrderEachSorterPromises) {
     EXPECT_EQ(records, stable);
 }
 
+// A memory array is sorted without the get and set calls, comparing records where they lie;
+// the same array behind callbacks that copy the same bytes must see the same compare calls, with
+// the same answers, and end in the same order, equal records included. Size 100 exchanges
+// records in more than one piece.
+std::string compare_answers;
+int32_t TARN_CALL answering_compare(void *context, int32_t size, const void *a, const void *b) {
+    const int32_t r = koDefShellCompare(context, size, a, b);
+    return compare_answers += char('1' + r), r;
+}
+int32_t TARN_CALL copying_get(void *base, int32_t size, int32_t index, void *record) {
+    return koDefShellMemoryGet(base, size, index, record);
+}
+int32_t TARN_CALL copying_set(void *base, int32_t size, int32_t index, const void *record) {
+    return koDefShellMemorySet(base, size, index, record);
+}
+
+TEST(Sorting, MemoryArraysMatchTheSameArrayBehindCallbacks) {
+    std::mt19937 rng(11);
+    for (Sorter s : kSorters)
+        for (int32_t n : {2, 17, 18, 200, 2000})
+            for (uint32_t values : {3u, 256u})
+                for (int32_t size : {4, 16, 100}) {
+                    if (s == kBubble && n > 200) continue;
+                    std::string viaMemory(size_t(n) * size_t(size), '\0');
+                    for (char &ch : viaMemory) ch = char(rng() % values);
+                    std::string viaCallbacks = viaMemory;
+                    compare_answers.clear();
+                    if (s == kBubble) koBubbleSortMemoryArray(&viaMemory[0], n, size, answering_compare);
+                    if (s == kShell) koShellSortMemoryArray(&viaMemory[0], n, size, answering_compare);
+                    if (s == kQuick) koQuickSortMemoryArray(&viaMemory[0], n, size, answering_compare, 0);
+                    const std::string memoryAnswers = compare_answers;
+                    compare_answers.clear();
+                    if (s == kBubble) koBubbleSort(&viaCallbacks[0], n, size, copying_get, copying_set, answering_compare);
+                    if (s == kShell) koShellSort(&viaCallbacks[0], n, size, copying_get, copying_set, answering_compare);
+                    if (s == kQuick) koQuickSort(&viaCallbacks[0], n, size, copying_get, copying_set, answering_compare, 0);
+                    EXPECT_EQ(memoryAnswers, compare_answers) << "sorter " << s << " n " << n << " size " << size;
+                    EXPECT_EQ(viaMemory, viaCallbacks) << "sorter " << s << " n " << n << " size " << size;
+                }
+}
+
 // Count -1: as many whole records as the file holds (10 of 8 bytes; the 4-byte tail stays). A
 // file too short for one record, or no handle, sorts nothing; a record size below 1 is still the
 // result. The default get reports a move that did not happen and reads nothing.

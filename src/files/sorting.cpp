@@ -1,8 +1,9 @@
 // Bubble, shell and quick sort over records the sorters only reach through get, set and compare.
 //
 // Callers watch these calls (a file array pays a seek and a transfer for each), so every
-// procedure makes exactly the same sequence of them, call for call; the memory fast path below makes the
-// same copies without the calls.
+// procedure makes exactly the same sequence of them, call for call. The memory fast path below
+// makes the same compare calls and leaves the same order, without the get and set calls: it
+// compares records where they lie and copies only the ones about to be overwritten.
 #include "export.h"
 #include "platform/memory.h"
 
@@ -27,6 +28,20 @@ public:
     void fetch(int32_t index, Byte *buffer) const { get_(context_, size_, index, buffer); }
     void store(int32_t index, const Byte *buffer) const { set_(context_, size_, index, buffer); }
     int32_t compare(const Byte *a, const Byte *b) const { return compare_(context_, size_, a, b); }
+    // Record `index` for reading until the next store: fetched into the buffer.
+    const Byte *view(int32_t index, Byte *buffer) const {
+        fetch(index, buffer);
+        return buffer;
+    }
+    // x and y, viewed at i and j, change places.
+    void exchange(int32_t i, const Byte *x, int32_t j, const Byte *y) const {
+        store(i, y);
+        store(j, x);
+    }
+    // A viewed record about to be overwritten: already in its buffer.
+    void hold(const Byte *, Byte *) const {}
+    // A viewed record that stays where it is: written back all the same, as callers see it.
+    void put_back(int32_t index, const Byte *view) const { store(index, view); }
 
 private:
     void *context_;
@@ -46,6 +61,21 @@ public:
     void fetch(int32_t index, Byte *buffer) const { std::memcpy(buffer, at(index), bytes()); }
     void store(int32_t index, const Byte *buffer) const { std::memcpy(at(index), buffer, bytes()); }
     int32_t compare(const Byte *a, const Byte *b) const { return compare_(context_, size_, a, b); }
+    // The record where it lies: comparing a copy just made would wait on the copy's stores.
+    const Byte *view(int32_t index, Byte *) const { return at(index); }
+    void hold(const Byte *view, Byte *buffer) const { std::memcpy(buffer, view, bytes()); }
+    void put_back(int32_t, const Byte *) const {}
+    void exchange(int32_t i, const Byte *, int32_t j, const Byte *) const {
+        Byte *p = at(i), *q = at(j);
+        Byte t[64];
+        for (size_t n = bytes(); n;) {
+            const size_t k = n < sizeof t ? n : sizeof t;
+            std::memcpy(t, p, k);
+            std::memcpy(p, q, k);
+            std::memcpy(q, t, k);
+            p += k, q += k, n -= k;
+        }
+    }
 
 private:
     size_t bytes() const { return Fixed ? Fixed : static_cast<size_t>(size_); }
@@ -104,18 +134,21 @@ void shell_sort(const Records &r, int32_t lo, int32_t n, Byte *x, Byte *y) {
     for (const int32_t g : kGaps) {
         for (int64_t i = int64_t(lo) + g; i <= last; ++i) {
             int32_t j = int32_t(i);
-            r.fetch(j, x);
-            r.fetch(j - g, y);
-            if (r.compare(y, x) > 0) {
-                for (;;) {
-                    r.store(j, y);
-                    j -= g;
-                    // Against the gap itself, not lo + g, as earlier releases did: with lo 0 the
-                    // first record only meets the one a gap away at the start of each pass.
-                    if (j <= g) break;
-                    r.fetch(j - g, y);
-                    if (r.compare(y, x) <= 0) break;
-                }
+            const Byte *held = r.view(j, x);
+            const Byte *v = r.view(j - g, y);
+            if (r.compare(v, held) <= 0) {
+                r.put_back(j, held);
+                continue;
+            }
+            r.hold(held, x);
+            for (;;) {
+                r.store(j, v);
+                j -= g;
+                // Against the gap itself, not lo + g, as earlier releases did: with lo 0 the
+                // first record only meets the one a gap away at the start of each pass.
+                if (j <= g) break;
+                v = r.view(j - g, y);
+                if (r.compare(v, x) <= 0) break;
             }
             r.store(j, x);
         }
@@ -167,30 +200,28 @@ void quick_sort(const Records &r, int32_t n, int32_t threshold, Byte *p, Byte *a
             r.fetch(mid, p);
         }
 
-        Byte *x = a, *y = b;
         int32_t i = lo, j = hi;
         do {
-            r.fetch(i, x);
-            r.fetch(j, y);
-            while (r.compare(x, p) <= 0 && i < j) r.fetch(++i, x);
-            while (r.compare(y, p) >= 0 && j > i) r.fetch(--j, y);
+            const Byte *x = r.view(i, a);
+            const Byte *y = r.view(j, b);
+            while (r.compare(x, p) <= 0 && i < j) x = r.view(++i, a);
+            while (r.compare(y, p) >= 0 && j > i) y = r.view(--j, b);
             if (j <= i) break;
-            r.store(i, y);
-            r.store(j, x);
+            r.exchange(i, x, j, y);
             ++i;
             --j;
         } while (i < j);
 
         if (i == lo) {
-            r.fetch(i, x);
+            r.fetch(i, a);
             r.store(i, p);
-            r.store(mid, x);
+            r.store(mid, a);
             ++i;
             ++j;
         } else if (j == hi) {
-            r.fetch(j, y);
+            r.fetch(j, b);
             r.store(j, p);
-            r.store(mid, y);
+            r.store(mid, b);
             --i;
             --j;
         }
