@@ -29,10 +29,16 @@ $(addprefix build-,$(PRESETS)):
 test: deps build
 	@bash scripts/run-tests.sh
 
+# Every benchmark (or those BENCH_FILTER names), its figures as JSON in build/bench/bench.json,
+# then one table of ours against the peer, the ratio and its goal.
+BENCH_FILTER ?= .
 bench: deps
 	@cmake --preset bench >/dev/null
 	@cmake --build --preset bench -j $(JOBS)
-	@TARNGDI_HOME=$(CURDIR)/build/bench/home build/bench/tarn_bench --benchmark_counters_tabular=true
+	@TARNGDI_HOME=$(CURDIR)/build/bench/home build/bench/tarn_bench --benchmark_counters_tabular=true \
+		--benchmark_filter='$(BENCH_FILTER)' \
+		--benchmark_out=build/bench/bench.json --benchmark_out_format=json
+	@python3 bench/goals.py build/bench/bench.json
 
 # Every fuzz target (fuzz/fuzz_*.cpp, the fuzz preset) for FUZZ_SECONDS each, inputs up to
 # 4096 bytes; the corpus of each grows in build/fuzz/corpus/NAME.
