@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstring>
@@ -163,20 +164,23 @@ void BM_RoundTrips(benchmark::State &state) {
         state.SkipWithError("no free port for the service");
         return;
     }
-    double ours = 0, plain = 0;
+    // Each side's best of the iterations, taken in turn: a busy moment slows both alike.
+    double ours = 1e30, plain = 1e30;
     for (auto _ : state) {
-        ours = service_seconds(transport, links, kTrips);
-        plain = plain_seconds(transport == KO_CLIENT_SOCKET, links, kTrips);
-        if (ours < 0 || plain < 0) {
+        const double o = service_seconds(transport, links, kTrips);
+        const double p = plain_seconds(transport == KO_CLIENT_SOCKET, links, kTrips);
+        if (o < 0 || p < 0) {
             state.SkipWithError("a round trip failed");
             return;
         }
-        state.SetIterationTime(ours);
+        ours = std::min(ours, o);
+        plain = std::min(plain, p);
+        state.SetIterationTime(o);
     }
     const double trips = double(kTrips) * links;
     state.counters["rt/s"] = trips / ours;
     state.counters["plain_rt/s"] = trips / plain;
-    state.counters["vs_plain"] = plain / ours;  // goal: 0.7 or more
+    state.counters["vs_plain"] = plain / ours;  // goal: 0.9 or more
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "ipc/connect.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 #include "ipc/server_state.h"
 #include "platform/system.h"
@@ -40,6 +42,32 @@ int32_t koConnect::Close() {
 }
 
 int32_t koConnect::ReadBytes(void *, uint32_t) { return 0; }
+uint32_t koConnect::ReadSome(void *, uint32_t) { return 0; }
+
+int32_t koConnect::ReadBuffered(void *buffer, uint32_t count) {
+    unsigned char *at = static_cast<unsigned char *>(buffer);
+    while (count > 0) {
+        if (aheadAt_ < aheadEnd_) {
+            const uint32_t n = std::min(count, aheadEnd_ - aheadAt_);
+            std::memcpy(at, ahead_ + aheadAt_, n);
+            aheadAt_ += n;
+            at += n;
+            count -= n;
+        } else if (count >= kReadAhead) {
+            // As much as the buffer holds goes straight to the caller.
+            const uint32_t n = ReadSome(at, count);
+            if (n == 0) return 0;
+            at += n;
+            count -= n;
+        } else {
+            const uint32_t n = ReadSome(ahead_, kReadAhead);
+            if (n == 0) return 0;
+            aheadAt_ = 0;
+            aheadEnd_ = n;
+        }
+    }
+    return 1;
+}
 int32_t koConnect::WriteBytes(const void *, uint32_t) { return 0; }
 
 // ---- pipes -------------------------------------------------------------------------------------
@@ -48,9 +76,13 @@ koConnectPipe::~koConnectPipe() { plat::pipe_close(pipe); }
 
 int32_t koConnectPipe::ReadBytes(void *buffer, uint32_t count) {
     if (count == 0) return 1;
-    if (pipe && plat::pipe_read(pipe, buffer, count, interval, &connected)) return 1;
+    if (pipe && ReadBuffered(buffer, count)) return 1;
     report(kLogConnection, "read from pipe");
     return 0;
+}
+
+uint32_t koConnectPipe::ReadSome(void *buffer, uint32_t count) {
+    return plat::pipe_read_some(pipe, buffer, count, interval, &connected);
 }
 
 int32_t koConnectPipe::WriteBytes(const void *buffer, uint32_t count) {
@@ -133,31 +165,25 @@ koConnectSocket::~koConnectSocket() {
     if (socket != plat::kNoSocket) plat::close_socket(socket);
 }
 
+int32_t koConnectSocket::ReadBytes(void *buffer, uint32_t count) {
+    return ReadBuffered(buffer, count);
+}
+
 // Data that has arrived is taken at once; only when none has does the receive wait on the
 // socket, in slices, as long as the connection is wanted.
-int32_t koConnectSocket::ReadBytes(void *buffer, uint32_t count) {
-    char *at = static_cast<char *>(buffer);
+uint32_t koConnectSocket::ReadSome(void *buffer, uint32_t count) {
     const uint32_t slice = slice_ms(timeout);
-    while (count > 0) {
-        int n = plat::try_recv_socket(socket, at, int(count));
-        if (n == plat::kWouldBlock) {
-            // A failed wait is not told apart from readiness: the receive reports the error.
-            while (plat::wait_socket(socket, false, slice) == 0) {
-                if (server().shutdown || !connected) return 0;
-                plat::sleep_ms(interval);
-            }
-            n = plat::recv_socket(socket, at, int(count));
-        }
-        if (n < 0) {
-            report_socket_error("receive():");
-            return 0;
-        }
-        // A peer that closed its end sends nothing more: waiting on would spin for ever.
-        if (n == 0) return 0;
-        at += n;
-        count -= uint32_t(n);
+    int n;
+    while ((n = plat::recv_socket_within(socket, buffer, int(count), slice)) == plat::kWouldBlock) {
+        if (server().shutdown || !connected) return 0;
+        plat::sleep_ms(interval);
     }
-    return 1;
+    if (n < 0) {
+        report_socket_error("receive():");
+        return 0;
+    }
+    // A peer that closed its end sends nothing more: waiting on would spin for ever.
+    return uint32_t(n);
 }
 
 int32_t koConnectSocket::WriteBytes(const void *buffer, uint32_t count) {

@@ -31,6 +31,19 @@ public:
     int32_t connected = 0;
     uint32_t serverClientId = 0;  // the time from which the server derived the id it handed out
     koRequestHeader header = {};  // a client's last frame; ClientID keeps the login's id
+
+protected:
+    // ReadBytes over ReadSome: a short read takes what has come, up to a buffer's worth, so a
+    // frame's header and data usually arrive in one system call. Only this end reads the
+    // connection, so bytes read ahead are simply the next ones asked for.
+    int32_t ReadBuffered(void *buffer, uint32_t count);
+    // At least one byte and at most `count` from the transport: how many, 0 on failure.
+    virtual uint32_t ReadSome(void *buffer, uint32_t count);
+
+private:
+    static constexpr uint32_t kReadAhead = 4096;
+    uint32_t aheadAt_ = 0, aheadEnd_ = 0;
+    unsigned char ahead_[kReadAhead];
 };
 
 class koConnectPipe : public koConnect {
@@ -40,6 +53,9 @@ public:
     ~koConnectPipe() override;
 
     plat::Pipe *pipe = nullptr;
+
+protected:
+    uint32_t ReadSome(void *buffer, uint32_t count) override;
 };
 
 class koPipeClient : public koConnectPipe {
@@ -68,6 +84,9 @@ public:
 
     plat::Socket socket = plat::kNoSocket;
     plat::SockAddr4 peer = {};
+
+protected:
+    uint32_t ReadSome(void *buffer, uint32_t count) override;
 };
 
 class koSocketClient : public koConnectSocket {

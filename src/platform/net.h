@@ -48,11 +48,11 @@ void set_no_delay(Socket s);
 int wait_socket(Socket s, bool forWrite, uint32_t timeoutMs);
 int recv_socket(Socket s, void *buffer, int count);        // bytes, 0 when closed, -1 failed
 int send_socket(Socket s, const void *buffer, int count);  // bytes, -1 failed; never SIGPIPE
-// As recv_socket and send_socket, but kWouldBlock instead of waiting. Where asking costs as
-// much as waiting (Winsock) they answer kWouldBlock without asking; callers then wait and call
-// the blocking forms.
 constexpr int kWouldBlock = -2;
-int try_recv_socket(Socket s, void *buffer, int count);
+// As recv_socket, but waits at most `timeoutMs` for the first byte: kWouldBlock when none came.
+int recv_socket_within(Socket s, void *buffer, int count, uint32_t timeoutMs);
+// As send_socket, but kWouldBlock instead of waiting. Where asking costs as much as waiting
+// (Winsock) it answers kWouldBlock without asking; callers then wait and call send_socket.
 int try_send_socket(Socket s, const void *buffer, int count);
 // Closes a socket; a thread blocked in accept on it returns with an error.
 bool close_socket(Socket s);
@@ -81,6 +81,10 @@ bool pipe_read(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs,
                const int32_t *connected);
 bool pipe_write(Pipe *p, const void *buffer, uint32_t count, uint32_t intervalMs,
                 const int32_t *connected);
+// As pipe_read, but returns as soon as some bytes have come: how many (at most `count`), 0 on
+// failure.
+uint32_t pipe_read_some(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs,
+                        const int32_t *connected);
 void pipe_flush(Pipe *p);       // until the other end has read what was written
 void pipe_disconnect(Pipe *p);  // server end: drops the client
 void pipe_close(Pipe *p);       // closes and frees; null is ignored

@@ -243,13 +243,21 @@ int send_socket(Socket s, const void *buffer, int count) {
     return int(n);
 }
 
-int try_recv_socket(Socket s, void *buffer, int count) {
+int recv_socket_within(Socket s, void *buffer, int count, uint32_t timeoutMs) {
     if (fail_now(kCallrecv)) return -1;
+    // The blocking receive waits itself, with the socket's receive timeout: no poll before it.
+    // Setting the timeout costs no wait, a poll before each receive would cost a wake-up.
+    const int fd = fd_of(s);
+    if (timeoutMs == 0) timeoutMs = 1;
+    struct timeval tv;
+    tv.tv_sec = time_t(timeoutMs / 1000);
+    tv.tv_usec = suseconds_t(timeoutMs % 1000) * 1000;
+    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof tv);
     ssize_t n;
     do {
-        n = recv(fd_of(s), buffer, size_t(count), MSG_DONTWAIT);
+        n = recv(fd, buffer, size_t(count), 0);
     } while (n < 0 && errno == EINTR);
-    if (n < 0 && errno == EAGAIN) return kWouldBlock;
+    if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return kWouldBlock;
     if (n < 0) fail_with(errno);
     return int(n);
 }
@@ -495,6 +503,22 @@ bool pipe_read(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs,
         }
     }
     return true;
+}
+
+uint32_t pipe_read_some(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs,
+                        const int32_t *connected) {
+    if (fail_now(kCallReadPipe) || count == 0) return 0;
+    set_timeout(p->fd, SO_RCVTIMEO, &p->recvTimeout, intervalMs);
+    for (;;) {
+        const ssize_t n = recv(p->fd, buffer, count, 0);
+        if (n > 0) return uint32_t(n);
+        if (n == 0) return 0;
+        if (errno == EAGAIN) {
+            if (!*connected) return 0;
+        } else if (errno != EINTR) {
+            return 0;
+        }
+    }
 }
 
 bool pipe_write(Pipe *p, const void *buffer, uint32_t count, uint32_t intervalMs,

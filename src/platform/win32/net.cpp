@@ -123,7 +123,12 @@ int send_socket(Socket s, const void *buffer, int count) {
     return n == SOCKET_ERROR ? -1 : n;
 }
 
-int try_recv_socket(Socket, void *, int) { return kWouldBlock; }
+int recv_socket_within(Socket s, void *buffer, int count, uint32_t timeoutMs) {
+    // A receive timeout would leave a Winsock socket in an undefined state: select waits.
+    // A failed wait is not told apart from readiness: the receive reports the error.
+    if (wait_socket(s, false, timeoutMs) == 0) return kWouldBlock;
+    return recv_socket(s, buffer, count);
+}
 int try_send_socket(Socket, const void *, int) { return kWouldBlock; }
 
 bool close_socket(Socket s) { return closesocket(SOCKET(s)) == 0; }
@@ -173,24 +178,33 @@ void cancel_io(Pipe *p, OVERLAPPED *ov) {
     GetOverlappedResult(p->handle, ov, &ignored, TRUE);
 }
 
+// One read or write, waited for `intervalMs` at a time while `*connected`: the bytes it moved
+// (a byte-mode pipe read returns what has arrived, at least one byte), 0 on failure.
+DWORD transfer_once(Pipe *p, bool write, char *at, uint32_t count, uint32_t intervalMs,
+                    const int32_t *connected) {
+    OVERLAPPED ov = {};
+    ov.hEvent = p->event;
+    const BOOL started = write ? WriteFile(p->handle, at, count, nullptr, &ov)
+                               : ReadFile(p->handle, at, count, nullptr, &ov);
+    if (!started && GetLastError() != ERROR_IO_PENDING) return 0;
+    DWORD done = 0;
+    while (!GetOverlappedResult(p->handle, &ov, &done, FALSE)) {
+        if (GetLastError() != ERROR_IO_INCOMPLETE) return 0;
+        if (!*connected) {
+            cancel_io(p, &ov);
+            return 0;
+        }
+        WaitForSingleObject(p->event, intervalMs);
+    }
+    return done;
+}
+
 bool transfer(Pipe *p, bool write, char *at, uint32_t count, uint32_t intervalMs,
               const int32_t *connected) {
     while (count > 0) {
-        OVERLAPPED ov = {};
-        ov.hEvent = p->event;
-        const BOOL started = write ? WriteFile(p->handle, at, count, nullptr, &ov)
-                                   : ReadFile(p->handle, at, count, nullptr, &ov);
-        if (!started && GetLastError() != ERROR_IO_PENDING) return false;
-        DWORD done = 0;
-        while (!GetOverlappedResult(p->handle, &ov, &done, FALSE)) {
-            if (GetLastError() != ERROR_IO_INCOMPLETE) return false;
-            if (!*connected) {
-                cancel_io(p, &ov);
-                return false;
-            }
-            WaitForSingleObject(p->event, intervalMs);
-        }
         // Byte-mode pipe reads return part of the data: the rest takes a new read, not a poll.
+        const DWORD done = transfer_once(p, write, at, count, intervalMs, connected);
+        if (done == 0) return false;
         at += done;
         count -= done;
     }
@@ -238,6 +252,12 @@ bool pipe_read(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs,
                const int32_t *connected) {
     if (fail_now(kCallReadPipe)) return false;
     return transfer(p, false, static_cast<char *>(buffer), count, intervalMs, connected);
+}
+
+uint32_t pipe_read_some(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs,
+                        const int32_t *connected) {
+    if (fail_now(kCallReadPipe) || count == 0) return 0;
+    return transfer_once(p, false, static_cast<char *>(buffer), count, intervalMs, connected);
 }
 
 bool pipe_write(Pipe *p, const void *buffer, uint32_t count, uint32_t intervalMs,
