@@ -283,6 +283,46 @@ TEST_F(RequestService, RepliesBuffersAndOneWayRequests) {
     }
 }
 
+// Frames sent back to back in one stream: the server reads ahead of the frame it serves, and
+// what it read ahead must start the next frame, whether a frame ends inside, at the end of or
+// beyond the 4 KiB read at once. Each echo comes back whole and in order.
+TEST_F(RequestService, FramesSentBackToBackAreEachAnswered) {
+    const std::vector<uint16_t> sizes = {0, 1, 4087, 4088, 4096, 4200, 30000, 3, 8184, 12};
+    std::vector<uint8_t> stream;
+    for (size_t i = 0; i < sizes.size(); ++i) {
+        std::vector<uint8_t> f = frame(kEcho, 0, sizes[i], 0x2511, 8 + sizes[i]);
+        std::fill(f.begin() + 8, f.end(), uint8_t('a' + i));
+        stream.insert(stream.end(), f.begin(), f.end());
+    }
+    for (Transport t : kTransports) {
+        SCOPED_TRACE(name_of(t));
+        RawEnd raw;
+        ASSERT_TRUE(raw.connect(t, portBlock));
+        // A writer of its own: the replies fill the small pipe buffers before the stream is out.
+        // A server that lost its place waits for bytes that never come; zeros then end the
+        // connection, so the test fails instead of waiting with it.
+        std::atomic<bool> read{false};
+        std::thread writer([&] {
+            EXPECT_TRUE(raw.send(stream));
+            if (!within(20, [&] { return read.load(); })) raw.send(std::vector<uint8_t>(30008, 0));
+        });
+        [&] {  // an ASSERT leaves this reader, not the test with the writer still running
+            for (size_t i = 0; i < sizes.size(); ++i) {
+                koRequestHeader h = {};
+                std::vector<uint8_t> data(sizes[i] + 1, 0);
+                ASSERT_TRUE(raw.receive(&h, sizeof h)) << "reply " << i;
+                EXPECT_EQ(h.FrameMark, 0x1161);
+                ASSERT_EQ(h.UserDataLength, sizes[i]) << "reply " << i;
+                ASSERT_TRUE(raw.receive(data.data(), sizes[i])) << "reply " << i;
+                EXPECT_EQ(std::count(data.begin(), data.end() - 1, uint8_t('a' + i)), sizes[i]) << "reply " << i;
+            }
+        }();
+        read = true;
+        writer.join();
+        raw.close();
+    }
+}
+
 // Bad frames end their own connection with the report and nothing sent back; a client that
 // stayed connected throughout is served as before.
 TEST_F(RequestService, MalformedFramesEndOnlyTheirConnection) {
