@@ -143,6 +143,42 @@ TEST_F(XmlIo, StringReadersTakeTagsReferencesAndStructure) {
     koXML_LockAtoms(0);  // the root made before the text was looked at holds the atoms
 }
 
+// A UTF-8 file far larger than the reader's 64 KiB of raw bytes, its sequences of one to four
+// bytes (and stray continuation bytes) falling on every offset, reads as the same document in
+// Windows-1252 read from a string: with and without progress windows of 1024 bytes.
+TEST_F(XmlIo, LargeUtf8FilesReadAsTheirAnsiText) {
+    const struct {
+        const char *utf8, *ansi;
+    } pieces[] = {{"a", "a"}, {"\xC3\xA4", "\xE4"}, {"\xE2\x82\xAC", "\x80"}, {"\xF0\x90\x81\x81", "A"},
+                  {"\xA4", "\x80"}, {"bcdefgh ", "bcdefgh "}, {"\xC3\x9F", "\xDF"}};
+    std::string utf8 = kDecl + "<doc>", ansi = "<doc>";
+    for (int n = 0; utf8.size() < 200000; ++n) {
+        std::string u = "<p n=\"" + std::to_string(n) + "\">", a = u;
+        for (int k = 0; k < 1 + n % 61; ++k) {
+            const auto &piece = pieces[size_t(n * 7 + k * k) % std::size(pieces)];
+            u += piece.utf8;
+            a += piece.ansi;
+        }
+        utf8 += u + "</p>\r\n";
+        ansi += a + "</p>\r\n";
+    }
+    utf8 += "</doc>";
+    ansi += "</doc>";
+    const std::string file = path("large_utf8.xml");
+    harness::FakeUi ui;
+    // Blanks after the declaration move every sequence across the block boundaries.
+    for (size_t shift = 0; shift < 4; ++shift) {
+        harness::write_file(file, kDecl + std::string(shift, ' ') + utf8.substr(kDecl.size()));
+        for (HWND window : {HWND(nullptr), reinterpret_cast<HWND>(intptr_t(1))}) {
+            koXML_SetStatusWindow(window);
+            const std::string expect = dump(Tree{koXML_CreateTreeExAnsiString(ansi.c_str(), int32_t(ansi.size()))}.root);
+            EXPECT_EQ(read_dump(compatible, file), expect) << (window ? "with" : "without") << " progress, shift " << shift;
+        }
+    }
+    koXML_SetStatusWindow(nullptr);
+    EXPECT_FALSE(ui.progressTexts.empty());
+}
+
 TEST_F(XmlIo, ProgressIsReportedWhileAStatusWindowIsSet) {
     harness::FakeUi ui;
     const std::string doc = "<a>" + std::string(4993, 'x') + "</a>", file = path("progress.p83");

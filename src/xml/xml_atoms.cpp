@@ -36,12 +36,15 @@ struct AtomTable {
 // Unguarded, like all of this family's state: meant for the application's UI thread.
 AtomTable gAtoms;
 
+constexpr uint32_t kHashBasis = 2166136261u;
+
+inline uint32_t hash_step(uint32_t h, char c) {
+    return (h ^ static_cast<unsigned char>(c)) * 16777619u;
+}
+
 uint32_t hash_name(const char *text, size_t length) {
-    uint32_t h = 2166136261u;
-    for (size_t i = 0; i < length; ++i) {
-        h ^= static_cast<unsigned char>(text[i]);
-        h *= 16777619u;
-    }
+    uint32_t h = kHashBasis;
+    for (size_t i = 0; i < length; ++i) h = hash_step(h, text[i]);
     return h;
 }
 
@@ -144,10 +147,12 @@ namespace tarn::xml {
 
 const char *intern(const char *text, size_t length) {
     if (text == nullptr) return nullptr;
-    if (const void *zero = std::memchr(text, 0, length)) {
-        length = size_t(static_cast<const char *>(zero) - text);
-    }
-    const uint32_t hash = hash_name(text, length);
+    // Hashed and searched for a zero in one pass: names are short, a separate search costs
+    // more than the name.
+    uint32_t hash = kHashBasis;
+    size_t n = 0;
+    for (; n < length && text[n] != 0; ++n) hash = hash_step(hash, text[n]);
+    length = n;
     if (const char *atom = index_find(text, length, hash)) return atom;
     char local[kLocalName];
     char *name = length < kLocalName ? local : static_cast<char *>(std::malloc(length + 1));

@@ -42,6 +42,13 @@ int32_t reference_number(const char *digits) {
 // How many characters from `s` on need no decoding: up to the next "&", tab, or (without
 // keepWhite) CR or LF.
 size_t plain_run(const char *s, size_t n, bool keepWhite) {
+    // Most values are short: one look at each byte beats two library searches.
+    if (n <= 32) {
+        for (size_t i = 0; i < n; ++i)
+            if (s[i] == '&' || s[i] == '\t' || (!keepWhite && (s[i] == '\r' || s[i] == '\n')))
+                return i;
+        return n;
+    }
     const void *amp = std::memchr(s, '&', n);
     size_t run = amp ? size_t(static_cast<const char *>(amp) - s) : n;
     if (const void *tab = std::memchr(s, '\t', run))

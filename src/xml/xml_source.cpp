@@ -6,6 +6,9 @@
 
 #include "xml/xml_progress.h"
 
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
+              "the UTF-8 decoder takes the lowest byte of a word as the first");
+
 namespace tarn::xml {
 
 // ---- Source ----
@@ -208,6 +211,57 @@ unsigned char FileSource::raw_byte() {
     return raw_[rawUsed_++];
 }
 
+// Decodes from the raw buffer into decoded_ from `n` on while every sequence begun lies wholly in
+// the raw buffer, a sequence starting before `boundary`; the new count. Stops early near the raw
+// buffer's end, where the byte-wise steps of fill() take over.
+size_t FileSource::decode_inside(size_t n, int64_t boundary) {
+    const unsigned char *r = raw_ + rawUsed_;
+    const unsigned char *const begin = r;
+    const unsigned char *const safe = raw_ + rawCount_ - 3;  // room for a 4-byte sequence
+    const int64_t left = boundary - position_;
+    const unsigned char *const stop = left < safe - r ? r + left : safe;
+    unsigned char *o = decoded_ + n;
+    unsigned char *const oEnd = decoded_ + kDecodedSize;
+    while (r < stop && o < oEnd) {
+        if (stop - r >= 8 && oEnd - o >= 8) {
+            // The ASCII bytes before the first one from 0x80 go over as they are, all eight
+            // stored and as many kept.
+            uint64_t word;
+            std::memcpy(&word, r, 8);
+            std::memcpy(o, &word, 8);
+            const uint64_t high = word & 0x8080808080808080ull;
+            const unsigned ascii = high ? unsigned(__builtin_ctzll(high)) >> 3 : 8;
+            r += ascii;
+            o += ascii;
+            if (ascii == 8) continue;
+        }
+        const unsigned char b1 = *r;
+        if (b1 < 0x80) {
+            *o++ = b1;
+            ++r;
+            continue;
+        }
+        uint32_t code;
+        if ((b1 & 0xE0) == 0xC0) {
+            code = uint32_t(b1 & 31) << 6 | (r[1] & 63);
+            r += 2;
+        } else if ((b1 & 0xF0) == 0xE0) {
+            code = (uint32_t(b1 & 15) << 6 | (r[1] & 63)) << 6 | (r[2] & 63);
+            r += 3;
+        } else if ((b1 & 0xF8) == 0xF0) {
+            code = (uint32_t(r[1] & 63) << 6 | (r[2] & 63)) << 6 | (r[3] & 63);
+            r += 4;
+        } else {
+            code = 0x20AC;
+            r += 1;
+        }
+        *o++ = chars_.get(code);
+    }
+    rawUsed_ += int32_t(r - begin);
+    position_ += r - begin;
+    return size_t(o - decoded_);
+}
+
 bool FileSource::fill() {
     if (rawUsed_ == rawCount_ && !refill_raw()) return false;
     if (!utf8_) {
@@ -232,6 +286,9 @@ bool FileSource::fill() {
     const int64_t boundary = position_ + window_room(position_);
     size_t n = 0;
     while (n < kDecodedSize && position_ < boundary) {
+        if (rawUsed_ == rawCount_ && !refill_raw()) break;
+        n = decode_inside(n, boundary);
+        if (n == kDecodedSize || position_ >= boundary) break;
         if (rawUsed_ == rawCount_ && !refill_raw()) break;
         int64_t run = std::min<int64_t>(rawCount_ - rawUsed_, boundary - position_);
         run = std::min<int64_t>(run, int64_t(kDecodedSize - n));

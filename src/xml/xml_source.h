@@ -113,6 +113,7 @@ private:
 
     bool fill() override;
     bool refill_raw();
+    size_t decode_inside(size_t n, int64_t boundary);
     // The next raw byte, 0 past the end (continuation bytes are taken unchecked).
     unsigned char raw_byte();
     void close();
