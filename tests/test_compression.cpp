@@ -101,6 +101,8 @@ TEST(Compression, RoundTripsWithMemoAndCallbackPathsAgreeing) {
     for (size_t k : {1, 15, 16, 17, 255, 256, 257}) bounds += Bytes(k + 1, char(k)) + 'x';
     std::vector<Bytes> inputs = {"", "x", "\xFF\xFF", Bytes(100000, ' '), bounds, all256};
     const unsigned alphabets[] = {1, 2, 13, 14, 29, 30, 64, 256};
+    // Inputs from 1 MiB on are coded through a table of byte pairs.
+    for (unsigned alphabet : {30u, 256u}) inputs.push_back(random_bytes(rng, 1100000, alphabet, 8));
     for (int trial = 0; trial < 1500; ++trial) {
         const size_t n = trial % 10 == 0 ? rng() % 80000 : rng() % 700;
         inputs.push_back(random_bytes(rng, n, alphabets[trial % 8], rng() % 60));
