@@ -192,5 +192,5 @@ BENCHMARK(BM_RoundTrips)
     ->Args({KO_CLIENT_SOCKET, 16})
     ->Args({KO_CLIENT_PIPE, 16})
     ->UseManualTime()
-    ->Iterations(3)
+    ->Iterations(5)
     ->Unit(benchmark::kMillisecond);
