@@ -126,27 +126,51 @@ void Tokenizer::put_text(const unsigned char *from, const unsigned char *to) {
 
 int Tokenizer::next() {
     length_ = 0;
+    view_ = nullptr;
+    const unsigned char *blanks = nullptr;  // where the blanks before the next character start
     int c;
     if (openBracket_) {
         openBracket_ = false;
         c = '<';
     } else {
-        // Blanks before a text belong to it: they are kept here rather than read again. The
-        // indentation between tags is most of them, so they are scanned a window at a time.
+        // Blanks before a text belong to it. The indentation between tags is most of them, so
+        // they are scanned a window at a time; a run that goes on into the next window is kept
+        // in the buffer, the run in the window of the next character only once a text follows.
         for (;;) {
             if (source_.cur == source_.end && !source_.advance()) return kTokenEnd;
             const unsigned char *p = source_.cur;
             const unsigned char *const e = source_.end;
             while (p < e && is_blank(*p)) ++p;
+            if (p < e) {
+                blanks = source_.cur;
+                source_.cur = p;
+                break;
+            }
             if (keepWhite_) put_raw(source_.cur, p);
             source_.cur = p;
-            if (p < e) break;
         }
         c = *source_.cur++;
         if (c == '>') return kTokenEnd;
     }
 
     if (c != '<') {
+        if (keepWhite_) {
+            // A text that lies in one window with its blanks and needs no decoding is taken
+            // where it lies.
+            if (length_ == 0) {
+                const auto *lt = static_cast<const unsigned char *>(
+                    std::memchr(source_.cur, '<', size_t(source_.end - source_.cur)));
+                const size_t n = lt ? size_t(lt - blanks) : 0;
+                if (lt && n <= room_ && plain_run(reinterpret_cast<const char *>(blanks), n, true) == n) {
+                    view_ = reinterpret_cast<const char *>(blanks);
+                    length_ = uint32_t(n);
+                    source_.cur = lt + 1;
+                    openBracket_ = true;
+                    return kTokenText;
+                }
+            }
+            put_raw(blanks, source_.cur - 1);
+        }
         put(c);
         for (;;) {
             if (source_.cur == source_.end && !source_.advance()) return kTokenEnd;
@@ -358,11 +382,14 @@ int32_t build(XML_Node *root, Source &source, Tokenizer &tokens, SlotWriter &slo
         char *text = tokens.text();
         switch (kind) {
         case kTokenEnd: return 0;
-        case kTokenText: {
-            const size_t length = decode_value(text, tokens.length(), keepWhite);
-            slots.set(current, text, length);
+        case kTokenText:
+            if (const char *view = tokens.view()) {
+                slots.set(current, view, tokens.length());
+            } else {
+                const size_t length = decode_value(text, tokens.length(), keepWhite);
+                slots.set(current, text, length);
+            }
             break;
-        }
         case kTokenClose:
             if (is_skipped(text)) break;
             if (!closes(text, current)) return 0;

@@ -32,6 +32,9 @@ public:
     int next();
     char *text() { return buffer_; }
     uint32_t length() const { return length_; }
+    // A text token taken where it lies in the source, not terminated and needing no decoding;
+    // null when the token is in text(). Valid until the next call.
+    const char *view() const { return view_; }
 
 private:
     void put(int c) {
@@ -46,6 +49,7 @@ private:
     uint32_t length_ = 0;
     bool keepWhite_;
     bool openBracket_ = false;  // a text ended at "<", which begins the next token
+    const char *view_ = nullptr;
 };
 
 // Decodes a text or attribute value in place: tabs dropped, with keepWhite false also leading
