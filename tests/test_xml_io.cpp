@@ -179,6 +179,23 @@ TEST_F(XmlIo, LargeUtf8FilesReadAsTheirAnsiText) {
     EXPECT_FALSE(ui.progressTexts.empty());
 }
 
+// Blanks before a text stay with it wherever the 1024-byte progress windows cut the text or its
+// blanks, whether or not the text needs decoding.
+TEST_F(XmlIo, BlanksBeforeATextStayWithItAcrossWindows) {
+    harness::FakeUi ui;
+    for (HWND window : {HWND(nullptr), reinterpret_cast<HWND>(intptr_t(1))}) {
+        koXML_SetStatusWindow(window);
+        for (size_t blanks = 1014; blanks < 1026; ++blanks)
+            for (const char *text : {"x y", "x &amp; y"}) {
+                const std::string doc = "<a>" + std::string(blanks, ' ') + text + "</a>";
+                Tree t{koXML_CreateTreeExAnsiString(doc.c_str(), int32_t(doc.size()))};
+                EXPECT_EQ(value_of(t.root), std::string(blanks, ' ') + (text[2] == '&' ? "x & y" : "x y"))
+                    << blanks << " blanks, " << (window ? "with" : "without") << " progress";
+            }
+    }
+    koXML_SetStatusWindow(nullptr);
+}
+
 TEST_F(XmlIo, ProgressIsReportedWhileAStatusWindowIsSet) {
     harness::FakeUi ui;
     const std::string doc = "<a>" + std::string(4993, 'x') + "</a>", file = path("progress.p83");
