@@ -174,7 +174,8 @@ int32_t koConnectSocket::ReadBytes(void *buffer, uint32_t count) {
 uint32_t koConnectSocket::ReadSome(void *buffer, uint32_t count) {
     const uint32_t slice = slice_ms(timeout);
     int n;
-    while ((n = plat::recv_socket_within(socket, buffer, int(count), slice)) == plat::kWouldBlock) {
+    while ((n = plat::recv_socket_within(socket, buffer, int(count), slice, &receiveWait)) ==
+           plat::kWouldBlock) {
         if (server().shutdown || !connected) return 0;
         plat::sleep_ms(interval);
     }

@@ -84,6 +84,7 @@ public:
 
     plat::Socket socket = plat::kNoSocket;
     plat::SockAddr4 peer = {};
+    uint32_t receiveWait = 0;  // the receive wait last given to the socket
 
 protected:
     uint32_t ReadSome(void *buffer, uint32_t count) override;

@@ -50,7 +50,9 @@ int recv_socket(Socket s, void *buffer, int count);        // bytes, 0 when clos
 int send_socket(Socket s, const void *buffer, int count);  // bytes, -1 failed; never SIGPIPE
 constexpr int kWouldBlock = -2;
 // As recv_socket, but waits at most `timeoutMs` for the first byte: kWouldBlock when none came.
-int recv_socket_within(Socket s, void *buffer, int count, uint32_t timeoutMs);
+// `*timeoutSet` is the caller's record of the wait last given to this socket (0 at first), so
+// that an unchanged one costs nothing.
+int recv_socket_within(Socket s, void *buffer, int count, uint32_t timeoutMs, uint32_t *timeoutSet);
 // As send_socket, but kWouldBlock instead of waiting. Where asking costs as much as waiting
 // (Winsock) it answers kWouldBlock without asking; callers then wait and call send_socket.
 int try_send_socket(Socket s, const void *buffer, int count);

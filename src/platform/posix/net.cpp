@@ -98,6 +98,17 @@ void wait_poll(int fd, short events, uint32_t ms) {
     poll(&p, 1, int(ms));
 }
 
+// A blocking receive or send on the socket then waits at most `ms` (at least 1).
+void set_timeout(int fd, int option, uint32_t *current, uint32_t ms) {
+    if (ms == 0) ms = 1;
+    if (*current == ms) return;
+    struct timeval tv;
+    tv.tv_sec = time_t(ms / 1000);
+    tv.tv_usec = suseconds_t(ms % 1000) * 1000;
+    setsockopt(fd, SOL_SOCKET, option, &tv, sizeof tv);
+    *current = ms;
+}
+
 }  // namespace
 
 bool net_startup() { return true; }
@@ -243,16 +254,12 @@ int send_socket(Socket s, const void *buffer, int count) {
     return int(n);
 }
 
-int recv_socket_within(Socket s, void *buffer, int count, uint32_t timeoutMs) {
+int recv_socket_within(Socket s, void *buffer, int count, uint32_t timeoutMs, uint32_t *timeoutSet) {
     if (fail_now(kCallrecv)) return -1;
-    // The blocking receive waits itself, with the socket's receive timeout: no poll before it.
-    // Setting the timeout costs no wait, a poll before each receive would cost a wake-up.
+    // The blocking receive waits itself, with the socket's receive timeout, set only when it
+    // changes: a poll before each receive would cost a wake-up.
     const int fd = fd_of(s);
-    if (timeoutMs == 0) timeoutMs = 1;
-    struct timeval tv;
-    tv.tv_sec = time_t(timeoutMs / 1000);
-    tv.tv_usec = suseconds_t(timeoutMs % 1000) * 1000;
-    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof tv);
+    set_timeout(fd, SO_RCVTIMEO, timeoutSet, timeoutMs);
     ssize_t n;
     do {
         n = recv(fd, buffer, size_t(count), 0);
@@ -419,16 +426,6 @@ int listener_for(const std::string &path) {
     return fd;
 }
 
-// A blocking receive or send on the socket then waits at most `ms` (at least 1).
-void set_timeout(int fd, int option, uint32_t *current, uint32_t ms) {
-    if (ms == 0) ms = 1;
-    if (*current == ms) return;
-    struct timeval tv;
-    tv.tv_sec = time_t(ms / 1000);
-    tv.tv_usec = suseconds_t(ms % 1000) * 1000;
-    setsockopt(fd, SOL_SOCKET, option, &tv, sizeof tv);
-    *current = ms;
-}
 
 void make_blocking(int fd) { fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_NONBLOCK); }
 

@@ -123,7 +123,7 @@ int send_socket(Socket s, const void *buffer, int count) {
     return n == SOCKET_ERROR ? -1 : n;
 }
 
-int recv_socket_within(Socket s, void *buffer, int count, uint32_t timeoutMs) {
+int recv_socket_within(Socket s, void *buffer, int count, uint32_t timeoutMs, uint32_t *) {
     // A receive timeout would leave a Winsock socket in an undefined state: select waits.
     // A failed wait is not told apart from readiness: the receive reports the error.
     if (wait_socket(s, false, timeoutMs) == 0) return kWouldBlock;
