@@ -183,6 +183,56 @@ TEST(CachedFile, RoundTripAcrossManyBlocksWithRandomSeeks) {
 
 // Data reach the disk when a block is replaced or on Close, which stops at the first failing block.
 // WriteLine writes the line end also when the text fails, and answers with the line end's result.
+// A long Read fetches the blocks it only passes straight from the file; afterwards the object
+// must hold the very blocks that GetByte, byte after byte, would have left. The file is then
+// changed behind both objects: a byte comes from a block still cached (the old value) or from
+// the file (the new one), and both objects must answer alike everywhere. With a dirty upper
+// block (`dirty`) the blocks are used as they are, so a failing write-back fails the read.
+TEST(CachedFile, LongReadsLeaveTheBlocksAsByteWiseReadsDo) {
+    const int32_t size = 12 * kBlock + 100;
+    const std::string data = pattern(size_t(size)), changed(size_t(size), '#');
+    const struct {
+        int32_t at, count;
+        bool dirty;
+    } cases[] = {{0, size, false},          {3 * kBlock + 5, 5 * kBlock, false}, {4 * kBlock, 2 * kBlock, false},
+                 {100, 50, false},          {9 * kBlock - 1, 4 * kBlock, false}, {5 * kBlock, 7 * kBlock + 100, false},
+                 {3 * kBlock, 6 * kBlock, true}};
+    const std::string whole = new_path("xfc_longread"), bytewise = whole + ".b";
+    for (const auto &c : cases) {
+        SCOPED_TRACE("at " + std::to_string(c.at) + ", " + std::to_string(c.count) + (c.dirty ? ", dirty" : ""));
+        harness::write_file(whole, data);
+        harness::write_file(bytewise, data);
+        Cached a, b;
+        ASSERT_EQ(a->Open(a.o, whole.c_str(), c.dirty), 1);
+        ASSERT_EQ(b->Open(b.o, bytewise.c_str(), c.dirty), 1);
+        if (c.dirty) {
+            for (Cached *f : {&a, &b}) ASSERT_TRUE(f->seek(2 * kBlock + 7) && f->put('!'));
+        }
+        ASSERT_TRUE(a.seek(c.at) && b.seek(c.at));
+        if (c.dirty) {  // the upper block that cannot be written back stops the read at once
+            harness::Fault full("WriteFile", 1, harness::kDiskFull);
+            std::string none(size_t(c.count), '\0');
+            EXPECT_EQ(a->Read(a.o, &none[0], c.count), 0);
+        }
+        std::string got(size_t(c.count), '\0'), expect;
+        const int32_t n = a->Read(a.o, &got[0], c.count);
+        for (unsigned char byte; int32_t(expect.size()) < c.count && b.get(&byte);) expect += char(byte);
+        ASSERT_EQ(n, int32_t(expect.size()));
+        EXPECT_TRUE(got.substr(0, size_t(n)) == expect);
+        EXPECT_EQ(a.pos(), b.pos());
+        harness::write_file(whole, changed);
+        harness::write_file(bytewise, changed);
+        std::string seenA, seenB;
+        for (int32_t probe = 0; probe < size; probe += kBlock / 2) {
+            unsigned char x = 0, y = 0;
+            ASSERT_TRUE(a.seek(probe) && a.get(&x) && b.seek(probe) && b.get(&y));
+            seenA += char(x);
+            seenB += char(y);
+        }
+        EXPECT_TRUE(seenA == seenB);
+    }
+}
+
 TEST(CachedFile, DataReachTheDiskOnReplacementOrClose) {
     const std::string path = new_path("xfc_disk"), data = pattern(3 * kBlock), zeros(kBlock, '\0');
     Cached f;

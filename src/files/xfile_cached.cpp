@@ -106,6 +106,11 @@ public:
     int32_t read(unsigned char *dst, int32_t count) {
         int32_t got = 0;
         while (got < count && position < logicalSize) {
+            if (const uint32_t n = read_passing(dst + got, uint32_t(count - got))) {
+                position += n;
+                got += int32_t(n);
+                continue;
+            }
             CacheBlock *b = lookup(position);
             if (!b) break;
             const uint32_t offset = position - b->base;
@@ -148,6 +153,25 @@ public:
 
 private:
     // The block that caches position p, replacing and loading one when needed.
+    // A long read forward past the upper block would load each block into the upper block only
+    // to replace it with the next: those blocks come straight from the file, in one call, and
+    // the block the read ends in is then loaded as before, leaving the blocks as the byte-wise
+    // read would. Only while nothing cached is unwritten, so the file holds every byte. The
+    // bytes read, 0 when the blocks are to be used (a short read included).
+    uint32_t read_passing(unsigned char *dst, uint32_t want) {
+        const uint32_t p = position;
+        const uint32_t base = p & ~kBlockMask;
+        if (!handle || base <= upper->base || sizeOnDisk != logicalSize || blocks[0].dirty ||
+            lower->dirty || upper->dirty)
+            return 0;
+        const uint32_t end = want < logicalSize - p ? p + want : logicalSize;
+        const uint32_t lastBase = (end - 1) & ~kBlockMask;
+        if (lastBase <= base) return 0;
+        const uint32_t n = lastBase - p;
+        if (plat::file_seek(handle, p, 0) != int64_t(p)) return 0;
+        return plat::file_read(handle, dst, n) == int64_t(n) ? n : 0;
+    }
+
     CacheBlock *lookup(uint32_t p) {
         // Closed, the blocks hold the last file's bytes and nothing may be read or put.
         if (!handle) return nullptr;
