@@ -113,7 +113,12 @@ Child start_self(const std::vector<std::string> &args) {
     STARTUPINFOA si = {};
     si.cb = sizeof si;
     PROCESS_INFORMATION pi = {};
-    if (!CreateProcessA(nullptr, &cmd[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi)) return {};
+    // Under Wine a process start now and then fails while the machine is busy; a second try a
+    // moment later succeeds.
+    for (int tries = 0; !CreateProcessA(nullptr, &cmd[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi); ++tries) {
+        if (tries == 4) return {};
+        Sleep(200);
+    }
     CloseHandle(pi.hThread);
     return Child{reinterpret_cast<long long>(pi.hProcess)};
 }
