@@ -16,28 +16,28 @@ namespace {
 koConnect *client_of(void *handle) { return static_cast<koConnect *>(handle); }
 
 // Replies are received whole into a staging buffer unless the caller's buffer can take the
-// largest one. It comes from the heap, not the tracked blocks: their counters are unguarded
-// and clients run on many threads at once.
+// largest one. The connection keeps it from its first request on (one allocation, not one per
+// request); it comes from the heap, not the tracked blocks: their counters are unguarded and
+// clients run on many threads at once. Without one, the reply goes to the caller's buffer.
 int32_t request(koConnect *c, uint32_t number, const void *data, uint32_t length, void *reply,
                 uint16_t replySize, uint16_t *replyLength) {
     uint16_t received = 0;
     const uint32_t size = reply ? replySize : 0;
-    unsigned char *staging = nullptr;
     void *into = reply;
     uint32_t capacity = size;
     if (size < kMaxUserData) {
-        staging = static_cast<unsigned char *>(std::malloc(kMaxUserData));
-        if (staging) {
-            into = staging;
+        if (!c->replyStaging)
+            c->replyStaging = static_cast<unsigned char *>(std::malloc(kMaxUserData));
+        if (c->replyStaging) {
+            into = c->replyStaging;
             capacity = kMaxUserData;
         }
     }
     const bool ok =
         client_transaction(*c, uint16_t(number), data, uint16_t(length), into, capacity, &received);
     if (ok && received > 0 && reply && into != reply)
-        std::memcpy(reply, staging, std::min<uint32_t>(size, received));
+        std::memcpy(reply, c->replyStaging, std::min<uint32_t>(size, received));
     if (replyLength) *replyLength = received;
-    std::free(staging);
     return ok ? 1 : 0;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "ipc/server_state.h"
@@ -40,6 +41,8 @@ int32_t koConnect::Close() {
     connected = 0;
     return 1;
 }
+
+koConnect::~koConnect() { std::free(replyStaging); }
 
 int32_t koConnect::ReadBytes(void *, uint32_t) { return 0; }
 uint32_t koConnect::ReadSome(void *, uint32_t) { return 0; }

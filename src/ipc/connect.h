@@ -22,7 +22,7 @@ public:
     virtual int32_t Close();
     virtual int32_t ReadBytes(void *buffer, uint32_t count);
     virtual int32_t WriteBytes(const void *buffer, uint32_t count);
-    virtual ~koConnect() = default;
+    virtual ~koConnect();
 
     const char *host = nullptr;  // as given to Open; nothing reads it afterwards
     uint32_t port = 0;
@@ -31,6 +31,7 @@ public:
     int32_t connected = 0;
     uint32_t serverClientId = 0;  // the time from which the server derived the id it handed out
     koRequestHeader header = {};  // a client's last frame; ClientID keeps the login's id
+    unsigned char *replyStaging = nullptr;  // a client's reply buffer (malloc), kMaxUserData bytes
 
 protected:
     // ReadBytes over ReadSome: a short read takes what has come, up to a buffer's worth, so a
