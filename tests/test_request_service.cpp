@@ -164,11 +164,13 @@ struct RawEnd {
         return plat::send_socket(socket, bytes.data(), int(bytes.size())) == int(bytes.size());
     }
     bool receive(void *buffer, uint32_t count) {
-        if (pipe) return plat::pipe_read(pipe, buffer, count, 10, &open);
         char *at = static_cast<char *>(buffer);
-        for (int n = 0; count > 0; at += n, count -= uint32_t(n))
-            if (plat::wait_socket(socket, false, 5000) != 1 || (n = plat::recv_socket(socket, at, int(count))) <= 0)
-                return false;
+        for (int n; count > 0; at += n, count -= uint32_t(n)) {
+            n = pipe ? int(plat::pipe_read_some(pipe, at, count, 10, &open))
+                : plat::wait_socket(socket, false, 5000) == 1 ? plat::recv_socket(socket, at, int(count))
+                                                              : 0;
+            if (n <= 0) return false;
+        }
         return true;
     }
     void reset() {  // the peer's read fails at once

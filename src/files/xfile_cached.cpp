@@ -152,7 +152,6 @@ public:
     }
 
 private:
-    // The block that caches position p, replacing and loading one when needed.
     // A long read forward past the upper block would load each block into the upper block only
     // to replace it with the next: those blocks come straight from the file, in one call, and
     // the block the read ends in is then loaded as before, leaving the blocks as the byte-wise
@@ -172,6 +171,7 @@ private:
         return plat::file_read(handle, dst, n) == int64_t(n) ? n : 0;
     }
 
+    // The block that caches position p, replacing and loading one when needed.
     CacheBlock *lookup(uint32_t p) {
         // Closed, the blocks hold the last file's bytes and nothing may be read or put.
         if (!handle) return nullptr;

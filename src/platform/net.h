@@ -77,14 +77,11 @@ int pipe_wait_client(Pipe *p, uint32_t timeoutMs, uint32_t pollMs, const int32_t
 // Opens the server's pipe `name` ("\\HOST\pipe\KELVO_00185") for reading and writing; null at
 // once when the server is missing or no instance is free.
 Pipe *pipe_open(const char *name);
-// Reads or writes exactly `count` bytes, waiting on the pipe at most `intervalMs` at a time
-// and giving up once `*connected` is 0; false on any failure (the other end gone included).
-bool pipe_read(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs,
-               const int32_t *connected);
+// Writes exactly `count` bytes, waiting on the pipe at most `intervalMs` at a time and giving
+// up once `*connected` is 0; false on any failure (the other end gone included).
 bool pipe_write(Pipe *p, const void *buffer, uint32_t count, uint32_t intervalMs,
                 const int32_t *connected);
-// As pipe_read, but returns as soon as some bytes have come: how many (at most `count`), 0 on
-// failure.
+// Reads what has come, waiting as pipe_write does: how many bytes (1 to `count`), 0 on failure.
 uint32_t pipe_read_some(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs,
                         const int32_t *connected);
 void pipe_flush(Pipe *p);       // until the other end has read what was written

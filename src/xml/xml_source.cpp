@@ -211,15 +211,38 @@ unsigned char FileSource::raw_byte() {
     return raw_[rawUsed_++];
 }
 
+namespace {
+
+// The code point of the UTF-8 sequence that begins with b1 (from 0x80), its continuation bytes
+// taken from `next` unchecked.
+template <class Next>
+uint32_t sequence_code(unsigned char b1, Next next) {
+    if ((b1 & 0xE0) == 0xC0) return uint32_t(b1 & 31) << 6 | (next() & 63);
+    if ((b1 & 0xF0) == 0xE0) {
+        const uint32_t b2 = next() & 63;
+        return (uint32_t(b1 & 15) << 6 | b2) << 6 | (next() & 63);
+    }
+    if ((b1 & 0xF8) == 0xF0) {
+        // The first byte's own bits are not used: kept as the format has always been read.
+        const uint32_t b2 = next() & 63;
+        const uint32_t b3 = next() & 63;
+        return (b2 << 6 | b3) << 6 | (next() & 63);
+    }
+    return 0x20AC;  // a stray continuation byte or 0xF8 and above: the euro sign
+}
+
+}  // namespace
+
 // Decodes from the raw buffer into decoded_ from `n` on while every sequence begun lies wholly in
 // the raw buffer, a sequence starting before `boundary`; the new count. Stops early near the raw
 // buffer's end, where the byte-wise steps of fill() take over.
 size_t FileSource::decode_inside(size_t n, int64_t boundary) {
     const unsigned char *r = raw_ + rawUsed_;
     const unsigned char *const begin = r;
-    const unsigned char *const safe = raw_ + rawCount_ - 3;  // room for a 4-byte sequence
-    const int64_t left = boundary - position_;
-    const unsigned char *const stop = left < safe - r ? r + left : safe;
+    // Sequences start only where a 4-byte one still fits, and before the boundary.
+    const int64_t room = std::min<int64_t>(int64_t(rawCount_ - rawUsed_) - 3, boundary - position_);
+    if (room <= 0) return n;
+    const unsigned char *const stop = r + room;
     unsigned char *o = decoded_ + n;
     unsigned char *const oEnd = decoded_ + kDecodedSize;
     while (r < stop && o < oEnd) {
@@ -241,21 +264,8 @@ size_t FileSource::decode_inside(size_t n, int64_t boundary) {
             ++r;
             continue;
         }
-        uint32_t code;
-        if ((b1 & 0xE0) == 0xC0) {
-            code = uint32_t(b1 & 31) << 6 | (r[1] & 63);
-            r += 2;
-        } else if ((b1 & 0xF0) == 0xE0) {
-            code = (uint32_t(b1 & 15) << 6 | (r[1] & 63)) << 6 | (r[2] & 63);
-            r += 3;
-        } else if ((b1 & 0xF8) == 0xF0) {
-            code = (uint32_t(r[1] & 63) << 6 | (r[2] & 63)) << 6 | (r[3] & 63);
-            r += 4;
-        } else {
-            code = 0x20AC;
-            r += 1;
-        }
-        *o++ = chars_.get(code);
+        ++r;
+        *o++ = chars_.get(sequence_code(b1, [&r] { return *r++; }));
     }
     rawUsed_ += int32_t(r - begin);
     position_ += r - begin;
@@ -299,21 +309,7 @@ bool FileSource::fill() {
         position_ += plain;
         if (plain == run) continue;
         const unsigned char b1 = raw_byte();
-        uint32_t code;
-        if ((b1 & 0xE0) == 0xC0) {
-            code = uint32_t(b1 & 31) << 6 | (raw_byte() & 63);
-        } else if ((b1 & 0xF0) == 0xE0) {
-            const uint32_t b2 = raw_byte() & 63;
-            code = ((uint32_t(b1 & 15) << 6 | b2) << 6) | (raw_byte() & 63);
-        } else if ((b1 & 0xF8) == 0xF0) {
-            // The first byte's own bits are not used: kept as the format has always been read.
-            const uint32_t b2 = raw_byte() & 63;
-            const uint32_t b3 = raw_byte() & 63;
-            code = ((b2 << 6 | b3) << 6) | (raw_byte() & 63);
-        } else {
-            code = 0x20AC;  // a stray continuation byte or 0xF8 and above: the euro sign
-        }
-        decoded_[n++] = chars_.get(code);
+        decoded_[n++] = chars_.get(sequence_code(b1, [this] { return raw_byte(); }));
     }
     if (n == 0) return false;
     return set_window(decoded_, n, position_);

@@ -426,7 +426,6 @@ int listener_for(const std::string &path) {
     return fd;
 }
 
-
 void make_blocking(int fd) { fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_NONBLOCK); }
 
 }  // namespace
@@ -479,27 +478,6 @@ Pipe *pipe_open(const char *name) {
     Pipe *p = new Pipe;
     p->fd = fd;
     return p;
-}
-
-bool pipe_read(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs,
-               const int32_t *connected) {
-    if (fail_now(kCallReadPipe)) return false;
-    set_timeout(p->fd, SO_RCVTIMEO, &p->recvTimeout, intervalMs);
-    char *at = static_cast<char *>(buffer);
-    while (count > 0) {
-        const ssize_t n = recv(p->fd, at, count, 0);
-        if (n > 0) {
-            at += n;
-            count -= uint32_t(n);
-        } else if (n == 0) {
-            return false;
-        } else if (errno == EAGAIN) {
-            if (!*connected) return false;
-        } else if (errno != EINTR) {
-            return false;
-        }
-    }
-    return true;
 }
 
 uint32_t pipe_read_some(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs,

@@ -248,12 +248,6 @@ Pipe *pipe_open(const char *name) {
                             FILE_FLAG_WRITE_THROUGH | FILE_FLAG_OVERLAPPED, nullptr));
 }
 
-bool pipe_read(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs,
-               const int32_t *connected) {
-    if (fail_now(kCallReadPipe)) return false;
-    return transfer(p, false, static_cast<char *>(buffer), count, intervalMs, connected);
-}
-
 uint32_t pipe_read_some(Pipe *p, void *buffer, uint32_t count, uint32_t intervalMs,
                         const int32_t *connected) {
     if (fail_now(kCallReadPipe) || count == 0) return 0;
